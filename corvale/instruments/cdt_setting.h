@@ -1,0 +1,48 @@
+// clsCDTSetting: one hardware configuration setting (a CDT element) that an instrument or a
+// logger channel asks the logger to receive: address, mask and value as written by the
+// author, and each resolved to a number by the setting's users.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "corvale/core/node_access.h"
+#include "corvale/core/object.h"
+#include "corvale/core/xml.h"
+
+namespace corvale {
+
+class clsCDTSetting : public Object {
+ public:
+  clsCDTSetting();  // bound to a new, detached CDT element
+
+  std::string Address() const;
+  void Address(std::string value);
+  int32_t ResolvedAddress() const;
+  void ResolvedAddress(int32_t value);
+  // Kept in the KEY element and in the KEY attribute of the CDT element.
+  std::string Key() const;
+  void Key(std::string value);
+  std::string Mask() const;
+  void Mask(std::string value);
+  int32_t ResolvedMask() const;
+  void ResolvedMask(int32_t value);
+  std::string Parent() const;
+  void Parent(std::string value);
+  std::string Value() const;
+  void Value(std::string value);
+  int32_t ResolvedValue() const;
+  void ResolvedValue(int32_t value);
+  xml::Node XMLNode() const;
+  void XMLNode(xml::Node value);
+
+  Variant Invoke(std::string_view member, const Args& args = {}) override;
+
+ private:
+  FactoryUser factory_user_;
+  xml::Node node_;
+};
+
+using CDTSettingPtr = std::shared_ptr<clsCDTSetting>;
+
+}  // namespace corvale
