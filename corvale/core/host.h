@@ -30,7 +30,10 @@ class HostServices {
   virtual void DoEvents() {}
 
   // Per-user settings store. Default: one INI file per application name under
-  // $XDG_CONFIG_HOME (or ~/.config)/corvale/, written atomically; a broken file reads empty.
+  // $XDG_CONFIG_HOME (or ~/.config)/corvale/ (SettingsStore), written atomically; a missing,
+  // unreadable or broken file reads as empty. Sections and keys compare without regard to
+  // case. SaveSetting raises corvale::Error 75 when the file cannot be written, 5 for a key or
+  // section name that the file cannot hold; deleting a missing section does nothing.
   virtual std::string GetSetting(std::string_view app, std::string_view section,
                                  std::string_view key, std::string_view defaultValue);
   virtual void SaveSetting(std::string_view app, std::string_view section, std::string_view key,
@@ -41,11 +44,12 @@ class HostServices {
   // of the running program.
   virtual std::string LibraryFolder();
   // A writable folder for the diagnostic log: LibraryFolder() when writable, else
-  // $XDG_STATE_HOME/corvale (or ~/.local/state/corvale).
+  // $XDG_STATE_HOME/corvale (or ~/.local/state/corvale), created on demand.
   virtual std::string LogFolder();
 
   // Icon service: icon source text (a path or a resource name) and a resource group name
-  // to a picture, or null. Default: reads the file when it exists.
+  // to a picture, or null. Default: reads the file when it exists and is a regular file; the
+  // group is not used.
   virtual PicturePtr LoadIcon(std::string_view source, std::string_view group);
 
   // Windows and system folder names for path macros: $CORVALE_WINDIR / $CORVALE_WINSYSDIR.

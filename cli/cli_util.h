@@ -1,0 +1,68 @@
+// Helpers shared by the commands of the corvale program: argument handling, error output and
+// the terminal message box.
+#pragma once
+
+#include <exception>
+#include <functional>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "corvale/core/error.h"
+#include "corvale/core/host.h"
+
+namespace corvale::cli {
+
+inline constexpr int kExitOk = 0;
+inline constexpr int kExitFailure = 1;
+inline constexpr int kExitUsage = 2;
+
+// Thrown by a command for a wrong command line; main prints it with the command's usage and
+// exits with status 2.
+class UsageError : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+// Removes every occurrence of a flag ("--yes") from args; true when there was one.
+bool TakeFlag(std::vector<std::string>& args, std::string_view flag);
+// Removes "--name VALUE" or "--name=VALUE" from args and returns VALUE; nothing when absent.
+// A missing value is a UsageError.
+std::optional<std::string> TakeOption(std::vector<std::string>& args, std::string_view name);
+// After the options were taken: a remaining "-x" or "--x" is a UsageError. "--" ends the
+// options and is removed; "-" alone is an operand.
+void RejectUnknownOptions(std::vector<std::string>& args);
+
+// "error <number>: <description>" on standard error.
+void PrintError(const Error& error);
+// The same for any failure caught in a command; returns kExitFailure.
+int ReportFailure(std::exception_ptr failure);
+
+// The message box of the corvale program. With assumeYes it answers the affirmative button
+// without asking; otherwise it asks on the terminal when standard input is one, and refuses
+// (Cancel, or No) when it is not. Boxes with an OK button alone are only shown.
+class TerminalHost : public HostServices {
+ public:
+  // Returns the user's line, or nothing when no one can be asked.
+  using Ask = std::function<std::optional<std::string>(std::string_view prompt)>;
+
+  explicit TerminalHost(bool assumeYes);
+  TerminalHost(bool assumeYes, Ask ask);
+
+  MsgAnswer MessageBox(std::string_view text, std::string_view title, MsgIcon icon,
+                       MsgButtons buttons) override;
+
+ private:
+  bool assumeYes_;
+  Ask ask_;
+};
+
+// Asks on /dev/tty when standard input is a terminal; nothing otherwise.
+std::optional<std::string> AskOnTerminal(std::string_view prompt);
+
+// Makes a TerminalHost the host services of the program.
+void UseTerminalHost(bool assumeYes);
+
+}  // namespace corvale::cli

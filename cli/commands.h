@@ -1,0 +1,13 @@
+// The commands of the corvale program. Each takes the arguments that follow its name and
+// returns the exit status: 0 success, 1 a document or model error, 2 a usage error.
+// A new command is one function here and one line in main.cpp's table.
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace corvale::cli {
+
+int RunCheck(const std::vector<std::string>& args);
+
+}  // namespace corvale::cli

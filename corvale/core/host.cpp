@@ -1,0 +1,137 @@
+#include "corvale/core/host.h"
+
+#include <pwd.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <ctime>
+#include <filesystem>
+#include <fstream>
+#include <iostream>
+#include <sstream>
+
+#include "corvale/core/settings_store.h"
+
+namespace corvale {
+namespace fs = std::filesystem;
+
+namespace {
+
+std::string WithoutTrailingSeparator(std::string folder) {
+  while (!folder.empty() && folder.back() == '/') folder.pop_back();
+  return folder;
+}
+
+std::string Environment(const char* name) {
+  const char* value = std::getenv(name);
+  return value ? value : "";
+}
+
+std::string HomeFolder() {
+  if (std::string home = Environment("HOME"); !home.empty()) return home;
+  if (const passwd* user = getpwuid(getuid()); user && user->pw_dir) return user->pw_dir;
+  return fs::temp_directory_path().string();
+}
+
+bool IsWritableFolder(const std::string& folder) {
+  std::error_code error;
+  return !folder.empty() && fs::is_directory(folder, error) && access(folder.c_str(), W_OK) == 0;
+}
+
+std::shared_ptr<HostServices>& DefaultServices() {
+  static auto services = std::make_shared<HostServices>();
+  return services;
+}
+
+std::shared_ptr<HostServices>& CurrentServices() {
+  static std::shared_ptr<HostServices> services = DefaultServices();
+  return services;
+}
+
+}  // namespace
+
+MsgAnswer HostServices::MessageBox(std::string_view text, std::string_view title, MsgIcon,
+                                   MsgButtons) {
+  std::cerr << title << ": " << text << std::endl;
+  return MsgAnswer::OK;
+}
+
+std::string HostServices::GetSetting(std::string_view app, std::string_view section,
+                                     std::string_view key, std::string_view defaultValue) {
+  return SettingsStore(SettingsStore::PathFor(app)).Get(section, key, defaultValue);
+}
+
+void HostServices::SaveSetting(std::string_view app, std::string_view section, std::string_view key,
+                               std::string_view value) {
+  SettingsStore store(SettingsStore::PathFor(app));
+  store.Set(section, key, value);
+  store.Commit();
+}
+
+void HostServices::DeleteSetting(std::string_view app, std::string_view section) {
+  SettingsStore store(SettingsStore::PathFor(app));
+  if (store.DeleteSection(section)) store.Commit();
+}
+
+std::string HostServices::LibraryFolder() {
+  if (std::string home = Environment("CORVALE_HOME"); !home.empty()) {
+    return WithoutTrailingSeparator(home);
+  }
+  std::error_code error;
+  fs::path program = fs::read_symlink("/proc/self/exe", error);
+  if (error || program.empty()) return WithoutTrailingSeparator(fs::current_path(error).string());
+  return WithoutTrailingSeparator(program.parent_path().string());
+}
+
+std::string HostServices::LogFolder() {
+  std::string folder = LibraryFolder();
+  // An installed program usually lives in a folder the user cannot write to.
+  if (IsWritableFolder(folder.empty() ? "/" : folder)) return folder;
+  std::string state = Environment("XDG_STATE_HOME");
+  fs::path base =
+      state.starts_with("/") ? fs::path(state) : fs::path(HomeFolder()) / ".local/state";
+  folder = (base / "corvale").string();
+  std::error_code ignored;
+  fs::create_directories(folder, ignored);
+  return folder;
+}
+
+PicturePtr HostServices::LoadIcon(std::string_view source, std::string_view) {
+  std::error_code error;
+  const fs::path path(source);
+  if (source.empty() || !fs::is_regular_file(path, error)) return nullptr;
+  std::ifstream in(path, std::ios::binary);
+  if (!in) return nullptr;
+  std::ostringstream bytes;
+  bytes << in.rdbuf();
+  if (in.bad()) return nullptr;
+  return std::make_shared<Picture>(Picture{std::string(source), bytes.str()});
+}
+
+std::string HostServices::WindowsFolderName() { return Environment("CORVALE_WINDIR"); }
+
+std::string HostServices::SystemFolderName() { return Environment("CORVALE_WINSYSDIR"); }
+
+double HostServices::Clock() {
+  timespec now{};
+  clock_gettime(CLOCK_REALTIME, &now);
+  std::tm local{};
+  localtime_r(&now.tv_sec, &local);
+  return local.tm_hour * 3600.0 + local.tm_min * 60.0 + local.tm_sec + now.tv_nsec / 1e9;
+}
+
+HostServices& Host() { return *CurrentServices(); }
+
+void SetHostServices(std::shared_ptr<HostServices> services) {
+  CurrentServices() = services ? std::move(services) : DefaultServices();
+}
+
+ScopedHostServices::ScopedHostServices(std::shared_ptr<HostServices> services)
+    : previous_(CurrentServices()) {
+  SetHostServices(std::move(services));
+}
+
+ScopedHostServices::~ScopedHostServices() { SetHostServices(std::move(previous_)); }
+
+}  // namespace corvale
