@@ -90,8 +90,12 @@ class KeyedCollection {
       auto holder = FindSlot(newKey);
       if (holder && *holder != slot) throw Error(err::kDuplicateKey);
     }
+    if (!dirty_) {
+      // Positions do not move: the index is kept up to date rather than rebuilt.
+      if (!entries_[slot].key.empty()) positions_.erase(UpperCase(entries_[slot].key));
+      if (!newKey.empty()) positions_.emplace(UpperCase(newKey), slot);
+    }
     entries_[slot].key = std::string(newKey);
-    dirty_ = true;
   }
 
   void Clear() {
