@@ -1,0 +1,45 @@
+// clsLibraries: the set of instrument libraries a host has open, keyed by each library's
+// Source (the part of an instrument's library reference before "|"), plus library classes
+// created on demand by their class name.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#include "corvale/core/index.h"
+#include "corvale/core/keyed_collection.h"
+#include "corvale/core/node_access.h"
+#include "corvale/core/object.h"
+#include "corvale/core/xml.h"
+#include "corvale/libraries/instruments.h"
+
+namespace corvale {
+
+class clsLibraries : public Object {
+ public:
+  clsLibraries();
+
+  // The member at a position or key; error 9 when there is none.
+  InstrumentsPtr Item(const Index& index) const;
+  // The library created from a class name, created and added under that name on first use.
+  // Never raises: a class that cannot be created (or is no library) gives null.
+  InstrumentsPtr Library(std::string_view className);
+  int16_t Count() const;
+  // A LIBRARIES element holding a copy of every member's root element, rebuilt on each call.
+  // An export only: nothing is read back from it. Members without a root are skipped.
+  xml::Node XMLNode();
+  // Adds a library under its Source, unless a member has exactly that Source already.
+  void Add(InstrumentsPtr library);
+  // A position, or the exact (case-sensitive) Source of a member; an unknown Source
+  // removes nothing.
+  void Remove(const Index& index);
+  void Clear();
+
+ private:
+  FactoryUser factoryUser_;  // first: the LIBRARIES element is made in the factory document
+  KeyedCollection<IInstruments> libraries_;
+  xml::Node element_;
+};
+
+}  // namespace corvale

@@ -1,0 +1,167 @@
+#include "corvale/libraries/xml_merge_instruments.h"
+
+#include <utility>
+
+#include "corvale/core/convert.h"
+#include "corvale/core/error.h"
+#include "corvale/core/host.h"
+#include "corvale/core/node_access.h"
+
+namespace corvale {
+
+namespace {
+
+constexpr std::string_view kMergeName = "MERGEINSTRUMENTS";
+constexpr std::string_view kSource = "XMLMergeInstruments:MergeInstruments";
+
+// The target's instrument with a catalogue code; a failed look-up counts as none.
+InstrumentPtr FindInTarget(IInstruments& target, const std::string& catCode) {
+  try {
+    return target.Item(catCode);
+  } catch (...) {
+    return nullptr;
+  }
+}
+
+// Removes the instrument that FindInTarget found. Its Index is what Add wrote into the
+// element when it was appended, and goes stale once instruments before it are removed, so
+// it is used only while it still designates that instrument; otherwise its code does.
+void RemoveFromTarget(IInstruments& target, IInstrument& existing) {
+  const int16_t index = existing.Index();
+  bool designates = false;
+  if (index >= 1 && index <= target.Count()) {
+    try {
+      InstrumentPtr atIndex = target.Item(index);
+      designates = atIndex && EqualsNoCase(atIndex->CatCode(), existing.CatCode());
+    } catch (...) {
+    }
+  }
+  if (designates) {
+    target.Remove(index);
+    return;
+  }
+  target.Remove(existing.CatCode());
+}
+
+}  // namespace
+
+XMLMergeInstruments::XMLMergeInstruments()
+    : document_(NewDocument()), instruments_(std::make_shared<XMLInstruments>()) {
+  merge_ = CreateElement(kMergeName);
+  document_.appendChild(merge_);
+  // Built from nothing, the instruments sit in a library root nested in MERGEINSTRUMENTS;
+  // a loaded file has them directly under MERGEINSTRUMENTS (see Load). The two layouts are
+  // kept as they are: Load reads only the direct one, so merge files are written that way.
+  merge_.appendChild(instruments_->XMLNode());
+}
+
+std::string XMLMergeInstruments::Name() const { return GetNodeText(merge_, "NAME", ""); }
+void XMLMergeInstruments::Name(std::string value) { SetNodeText(merge_, "NAME", value); }
+
+std::string XMLMergeInstruments::Description() const {
+  return GetNodeText(merge_, "DESCRIPTION", "");
+}
+void XMLMergeInstruments::Description(std::string value) {
+  SetNodeText(merge_, "DESCRIPTION", value);
+}
+
+std::string XMLMergeInstruments::Version() const { return GetNodeText(merge_, "VERSION", "1"); }
+void XMLMergeInstruments::Version(std::string value) {
+  SetNodeText(merge_, "VERSION", value, true);
+}
+
+std::string XMLMergeInstruments::Target() const { return GetNodeText(merge_, "TARGET", ""); }
+void XMLMergeInstruments::Target(std::string value) { SetNodeText(merge_, "TARGET", value); }
+
+std::string XMLMergeInstruments::Provider() const { return GetNodeText(merge_, "PROVIDER", ""); }
+void XMLMergeInstruments::Provider(std::string value) { SetNodeText(merge_, "PROVIDER", value); }
+
+std::string XMLMergeInstruments::UserName() const { return GetNodeText(merge_, "USERNAME", ""); }
+void XMLMergeInstruments::UserName(std::string value) { SetNodeText(merge_, "USERNAME", value); }
+
+std::string XMLMergeInstruments::LicenseText() const {
+  return GetNodeText(merge_, "LICENSETEXT", "");
+}
+void XMLMergeInstruments::LicenseText(std::string value) {
+  SetNodeText(merge_, "LICENSETEXT", value);
+}
+
+std::shared_ptr<clsLibraries> XMLMergeInstruments::Libraries() const { return libraries_; }
+void XMLMergeInstruments::Libraries(std::shared_ptr<clsLibraries> value) {
+  libraries_ = std::move(value);
+}
+
+std::shared_ptr<XMLInstruments> XMLMergeInstruments::Instruments() const { return instruments_; }
+
+xml::Node XMLMergeInstruments::XMLNode() const { return merge_; }
+
+const std::string& XMLMergeInstruments::File() const { return file_; }
+
+const xml::ParseError& XMLMergeInstruments::ParseError() const { return document_.parseError(); }
+
+bool XMLMergeInstruments::Load(const std::string& fileName) {
+  if (!document_.load(fileName)) return false;
+  merge_ = document_.selectSingleNode(kMergeName);
+  if (!merge_) return false;
+  instruments_->XMLNode(merge_);
+  file_ = fileName;
+  return true;
+}
+
+void XMLMergeInstruments::Save(const std::string& fileName) {
+  if (!fileName.empty()) file_ = fileName;
+  document_.save(file_);
+}
+
+std::string XMLMergeInstruments::ConfirmationText() const {
+  const std::string crlf = "\r\n";
+  return "New library extension modules detected..." + crlf + crlf +  //
+         "New module = " + Name() + ": " + Description() + crlf +     //
+         "Version: " + Version() + crlf +                             //
+         "Provided by: " + Provider() + crlf + crlf +                 //
+         "\"" + LicenseText() + "\"" + crlf + crlf +                  //
+         "Merge instruments into the library";
+}
+
+MergeResult XMLMergeInstruments::MergeInstruments() {
+  const std::string target = Target();
+  InstrumentsPtr library = libraries_ ? libraries_->Library(target) : nullptr;
+  if (!library) {
+    throw Error(err::kObjectNotSet, "The target library " + target + " cannot be created",
+                std::string(kSource));
+  }
+
+  MergeResult result;
+  // One question per merge, asked just before the first change, so that a cancel leaves the
+  // target as it was.
+  auto confirmed = [&] {
+    if (!result.asked) {
+      result.asked = true;
+      result.cancelled =
+          Host().MessageBox(ConfirmationText(), "Merge Instrument Extension", MsgIcon::Question,
+                            MsgButtons::OKCancel) == MsgAnswer::Cancel;
+    }
+    return !result.cancelled;
+  };
+
+  for (int16_t i = 1; i <= instruments_->Count(); ++i) {
+    InstrumentPtr incoming = instruments_->Item(i);
+    const std::string catCode = incoming->CatCode();
+    InstrumentPtr existing = FindInTarget(*library, catCode);
+    if (!existing) {
+      if (!confirmed()) return result;
+      library->Add(incoming);
+      result.added.push_back({catCode, incoming->Name(), 0, incoming->Version()});
+    } else if (incoming->Version() > existing->Version()) {
+      if (!confirmed()) return result;
+      RemoveFromTarget(*library, *existing);
+      library->Add(incoming);
+      result.replaced.push_back(
+          {catCode, incoming->Name(), existing->Version(), incoming->Version()});
+    }
+  }
+  library->Save("");
+  return result;
+}
+
+}  // namespace corvale
