@@ -35,17 +35,23 @@ test: build
 	cd $(BUILD) && ctest --output-on-failure -j $(JOBS)
 	cmake -S . -B $(SAN_BUILD) -DCMAKE_BUILD_TYPE=Debug -DCORVALE_WERROR=ON \
 	  -DCMAKE_CXX_FLAGS="-fsanitize=address,undefined -fno-omit-frame-pointer -fno-sanitize-recover=undefined" \
-	  -DCMAKE_EXE_LINKER_FLAGS="-fsanitize=address,undefined" -DCORVALE_INSTALL_TEST=OFF
+	  -DCMAKE_EXE_LINKER_FLAGS="-fsanitize=address,undefined" \
+	  -DCMAKE_SHARED_LINKER_FLAGS="-fsanitize=address,undefined" -DCORVALE_INSTALL_TEST=OFF
 	cmake --build $(SAN_BUILD) -j $(JOBS)
-	cd $(SAN_BUILD) && ASAN_OPTIONS=detect_leaks=1 ctest --output-on-failure -j $(JOBS)
+	cd $(SAN_BUILD) && ASAN_OPTIONS=detect_leaks=1 UBSAN_OPTIONS=print_stacktrace=1 \
+	  ctest --output-on-failure -j $(JOBS)
 
-demo: build
+# The demo needs only the program, not the tests.
+demo: deps $(BUILD)/CMakeCache.txt
+	cmake --build $(BUILD) -j $(JOBS) --target corvale_cli
 	@./scripts/demo.sh $(BUILD)/corvale
 
 bench: bench-deps
 	cmake -S . -B $(BENCH_BUILD) -DCMAKE_BUILD_TYPE=Release -DCORVALE_BENCH=ON -DCORVALE_TESTS=OFF
 	cmake --build $(BENCH_BUILD) -j $(JOBS)
-	@for b in $(BENCH_BUILD)/bench/*_bench; do echo "== $$b"; $$b || exit 1; done
+	@found=""; for b in $(BENCH_BUILD)/bench/*_bench; do \
+	  [ -x "$$b" ] || continue; found=1; echo "== $$b"; $$b || exit 1; \
+	done; [ -n "$$found" ] || { echo "no benchmark programs in $(BENCH_BUILD)/bench"; exit 1; }
 
 format:
 	clang-format -i $$(git ls-files '*.cpp' '*.h')

@@ -1,7 +1,16 @@
 #!/usr/bin/env bash
-# The main job of the corvale program on the bundled examples.
+# The main jobs of the corvale program on the bundled examples. Usage: demo.sh [PROGRAM]
 set -euo pipefail
-corvale=${1:-build/corvale}
-cd "$(dirname "$0")/.."
+root="$(cd "$(dirname "$0")/.." && pwd)"
+corvale=${1:-$root/build/corvale}
+case $corvale in /*) ;; *) corvale="$PWD/$corvale" ;; esac
+cd "$root"
+shopt -s nullglob
+
+examples=(examples/*.xml)
+if [ ${#examples[@]} -eq 0 ]; then
+  echo "no example documents in examples/" >&2
+  exit 1
+fi
 echo "== corvale check examples/*.xml"
-"$corvale" check examples/*.xml
+"$corvale" check "${examples[@]}"
