@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <string_view>
 
 #include "corvale/core/host.h"
 #include "corvale/core/index.h"
@@ -48,7 +49,13 @@ class IInstruments : public Object {
   virtual bool Save(const std::string& fileName) = 0;
   // The text by which the class can be created ("Corvale2.XMLInstruments").
   virtual std::string ClassName() const = 0;
+
+  // The members above by name, for late-bound callers (pictures and elements excepted).
+  Variant Invoke(std::string_view member, const Args& args = {}) override;
 };
+
+// An Invoke argument as a position (a number) or a key (text).
+Index IndexArgument(const Variant& value);
 
 using InstrumentsPtr = std::shared_ptr<IInstruments>;
 

@@ -58,4 +58,35 @@ void clsLibraries::Remove(const Index& index) {
 
 void clsLibraries::Clear() { libraries_.Clear(); }
 
+Variant clsLibraries::Invoke(std::string_view member, const Args& args) {
+  using M = MemberTable<clsLibraries>;
+  static const M members = {
+      {"Item",
+       [](clsLibraries& self, const Args& a) -> Variant {
+         ExpectArgs(a, 1);
+         return Variant(self.Item(IndexArgument(a[0])));
+       }},
+      {"Library",
+       [](clsLibraries& self, const Args& a) -> Variant {
+         ExpectArgs(a, 1);
+         return Variant(self.Library(a[0].ToString()));
+       }},
+      {"Count", M::Getter(&clsLibraries::Count)},
+      {"Add",
+       [](clsLibraries& self, const Args& a) -> Variant {
+         ExpectArgs(a, 1);
+         self.Add(a[0].ToObjectAs<IInstruments>());
+         return {};
+       }},
+      {"Remove",
+       [](clsLibraries& self, const Args& a) -> Variant {
+         ExpectArgs(a, 1);
+         self.Remove(IndexArgument(a[0]));
+         return {};
+       }},
+      {"Clear", M::Method(&clsLibraries::Clear)},
+  };
+  return members.Invoke(*this, member, args);
+}
+
 }  // namespace corvale

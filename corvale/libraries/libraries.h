@@ -36,6 +36,9 @@ class clsLibraries : public Object {
   void Remove(const Index& index);
   void Clear();
 
+  // The members above by name, for late-bound callers (the element excepted).
+  Variant Invoke(std::string_view member, const Args& args = {}) override;
+
  private:
   FactoryUser factoryUser_;  // first: the LIBRARIES element is made in the factory document
   KeyedCollection<IInstruments> libraries_;
