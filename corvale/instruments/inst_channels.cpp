@@ -1,0 +1,235 @@
+#include "corvale/instruments/inst_channels.h"
+
+#include <array>
+#include <limits>
+
+#include "corvale/core/convert.h"
+#include "corvale/core/error.h"
+#include "corvale/core/node_access.h"
+#include "corvale/instruments/index_arg.h"
+
+namespace corvale {
+namespace {
+
+constexpr std::array<DataTypeInfo, 9> kDataTypes = {{
+    {0, "Unsigned Byte", 1},
+    {1, "Signed Byte", 1},
+    {2, "Unsigned Word", 2},
+    {3, "Signed Word", 2},
+    {4, "Unsigned Long", 4},
+    {5, "Signed Long", 4},
+    {6, "String", 0},
+    {7, "SP Floating point", 4},
+    {8, "DP Floating point", 8},
+}};
+
+constexpr std::array<ChannelTypeInfo, 7> kChannelTypes = {{
+    {0, "User"},
+    {1, "Analogue"},
+    {2, "Counter"},
+    {3, "HSIO"},
+    {4, "SDI-12"},
+    {5, "State"},
+    {6, "Internal"},
+}};
+
+}  // namespace
+
+std::span<const DataTypeInfo> DataTypes() { return kDataTypes; }
+
+std::string DataTypeName(int32_t code) {
+  for (const DataTypeInfo& type : kDataTypes)
+    if (type.code == code) return type.name;
+  return "";
+}
+
+std::optional<int16_t> DataTypeBytes(int32_t code) {
+  for (const DataTypeInfo& type : kDataTypes)
+    if (type.code == code && type.bytes > 0) return type.bytes;
+  return std::nullopt;
+}
+
+std::span<const ChannelTypeInfo> ChannelTypes() { return kChannelTypes; }
+
+std::string ChannelTypeName(int32_t code) {
+  for (const ChannelTypeInfo& type : kChannelTypes)
+    if (type.code == code) return type.name;
+  return "";
+}
+
+clsInstChannels::clsInstChannels() : node_(CreateElement("CHANNELS")) {}
+
+xml::Node clsInstChannels::XMLNode() const { return node_; }
+
+void clsInstChannels::XMLNode(xml::Node value) {
+  // Only the collection is emptied: the channels stay in the element left behind.
+  items_.Clear();
+  node_ = std::move(value);
+  for (const xml::Node& child : node_.selectNodes("CHANNEL")) {
+    auto channel = std::make_shared<clsInstChannel>();
+    channel->XMLNode(child);
+    std::string key = channel->Key();
+    if (key.empty()) {
+      key = NextKey();
+      channel->Key(key);
+    }
+    items_.Add(channel, key);
+  }
+}
+
+std::string clsInstChannels::NextKey() const {
+  for (int32_t n = 0; n <= std::numeric_limits<int16_t>::max(); ++n) {
+    std::string key = "CHAN_" + IntegerText(n);
+    if (!items_.Exists(key)) return key;
+  }
+  throw Error(err::kOverflow);
+}
+
+InstChannelPtr clsInstChannels::Add(InstChannelPtr channel,
+                                    const std::optional<corvale::Index>& before,
+                                    const std::optional<corvale::Index>& after) {
+  if (!channel) throw Error(err::kObjectNotSet);
+  if (before && after) throw Error(err::kInvalidProcedureCall);
+  std::string key = channel->Key();
+  if (key.empty()) {
+    key = NextKey();
+    channel->Key(key);
+  }
+
+  // The element's place is found before the entry is added; a failed look-up means "at the
+  // end" here, and the collection then reports the missing position or key itself.
+  xml::Node reference;
+  try {
+    if (before) {
+      reference = items_.Item(*before)->XMLNode();
+    } else if (after) {
+      // Deliberately the element of the channel at p + 1 only while more than p + 1 channels
+      // exist: after the second-to-last channel the element goes to the end of CHANNELS while
+      // the entry goes before the last one. Saved documents carry this order in INDEX.
+      const int32_t next = items_.PositionOf(*after) + 1;
+      if (items_.Count() > next) reference = items_.Item(next)->XMLNode();
+    }
+  } catch (const Error&) {
+    reference = xml::Node();
+  }
+
+  items_.Add(channel, key, before, after);
+  xml::Node element = channel->XMLNode();
+  if (reference && reference.parentNode() == node_) {
+    node_.insertBefore(element, reference);
+  } else {
+    node_.appendChild(element);
+  }
+  Renumber();
+  return channel;
+}
+
+void clsInstChannels::Move(int16_t from, int16_t to) {
+  InstChannelPtr mover = items_.Item(from);
+  InstChannelPtr target = items_.Item(to);
+  if (from == to) return;
+  const std::string key = items_.KeyAt(from);
+
+  items_.Remove(from);
+  xml::Node element = mover->XMLNode();
+  if (element.parentNode() == node_) node_.removeChild(element);
+
+  if (to <= items_.Count()) {
+    items_.Add(mover, key, corvale::Index(to));
+  } else {
+    items_.Add(mover, key);
+  }
+  // Deliberately before the target's element: a move towards the end leaves the channel one
+  // place earlier in the document than in the collection, and INDEX follows the document.
+  xml::Node reference = target->XMLNode();
+  if (reference.parentNode() == node_) {
+    node_.insertBefore(element, reference);
+  } else {
+    node_.appendChild(element);
+  }
+  Renumber();
+}
+
+InstChannelPtr clsInstChannels::Item(const corvale::Index& index) const {
+  return items_.Item(index);
+}
+
+int16_t clsInstChannels::Count() const { return items_.Count(); }
+
+std::string clsInstChannels::Parent() const { return parent_; }
+
+void clsInstChannels::Parent(std::string value) {
+  parent_ = value;
+  for (const auto& entry : items_) entry.item->Parent(value);
+}
+
+bool clsInstChannels::Changed() const {
+  for (const auto& entry : items_)
+    if (entry.item->Changed()) return true;
+  return false;
+}
+
+void clsInstChannels::Changed(bool value) {
+  for (const auto& entry : items_) entry.item->Changed(value);
+}
+
+void clsInstChannels::Remove(const corvale::Index& index) {
+  InstChannelPtr channel = items_.Item(index);
+  xml::Node element = channel->XMLNode();
+  if (element.parentNode() == node_) node_.removeChild(element);
+  items_.Remove(index);
+  Renumber();
+}
+
+void clsInstChannels::Clear() {
+  for (const auto& entry : items_) {
+    xml::Node element = entry.item->XMLNode();
+    if (element.parentNode() == node_) node_.removeChild(element);
+  }
+  items_.Clear();
+}
+
+void clsInstChannels::Renumber() {
+  int32_t position = 0;
+  for (const xml::Node& child : node_.selectNodes("CHANNEL"))
+    SetNodeText(child, "INDEX", IntegerText(++position), true);
+}
+
+Variant clsInstChannels::Invoke(std::string_view member, const Args& args) {
+  using T = clsInstChannels;
+  using M = MemberTable<T>;
+  static const M members = {
+      {"Count", M::Getter(&T::Count)},
+      {"Item",
+       [](T& self, const Args& a) -> Variant {
+         ExpectArgs(a, 1);
+         return Variant(self.Item(IndexArg(a[0])));
+       }},
+      {"Add",
+       [](T& self, const Args& a) -> Variant {
+         if (a.empty() || a.size() > 3) throw Error(err::kInvalidProcedureCall);
+         std::optional<corvale::Index> before, after;
+         if (a.size() > 1 && !a[1].IsEmpty()) before = IndexArg(a[1]);
+         if (a.size() > 2 && !a[2].IsEmpty()) after = IndexArg(a[2]);
+         return Variant(self.Add(a[0].ToObjectAs<clsInstChannel>(), before, after));
+       }},
+      {"Move",
+       [](T& self, const Args& a) -> Variant {
+         ExpectArgs(a, 2);
+         self.Move(a[0].ToInt16(), a[1].ToInt16());
+         return {};
+       }},
+      {"Remove",
+       [](T& self, const Args& a) -> Variant {
+         ExpectArgs(a, 1);
+         self.Remove(IndexArg(a[0]));
+         return {};
+       }},
+      {"Clear", M::Method(&T::Clear)},
+      {"Parent", M::Property(&T::Parent, &T::Parent)},
+      {"Changed", M::Property(&T::Changed, &T::Changed)},
+  };
+  return members.Invoke(*this, member, args);
+}
+
+}  // namespace corvale

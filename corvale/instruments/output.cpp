@@ -1,0 +1,109 @@
+#include "corvale/instruments/output.h"
+
+#include "corvale/core/convert.h"
+#include "corvale/core/node_access.h"
+#include "corvale/loggers/logger_resource_list.h"
+#include "corvale/loggers/logger_resource_users.h"
+
+namespace corvale {
+namespace {
+
+bool ReadBool(const xml::Node& node, std::string_view path) {
+  return TextToBool(GetNodeText(node, path, ""));
+}
+
+// Booleans are written "-1"; false is stored by absence.
+void WriteBool(const xml::Node& node, std::string_view path, bool value) {
+  SetNodeText(node, path, BoolText(value));
+}
+
+}  // namespace
+
+clsOutput::clsOutput()
+    : node_(CreateElement("OUTPUT")),
+      resources_(std::make_shared<clsLoggerResourceList>()),
+      users_(std::make_shared<clsLoggerResourceUsers>()) {
+  node_.appendChild(resources_->XMLNode());
+  node_.appendChild(users_->XMLNode());
+}
+
+xml::Node clsOutput::XMLNode() const { return node_; }
+
+void clsOutput::XMLNode(xml::Node value) {
+  node_ = std::move(value);
+  // Fresh lists rather than the old ones: binding a list empties the list it was, and its
+  // element may still belong to another output.
+  resources_ = std::make_shared<clsLoggerResourceList>();
+  if (xml::Node child = node_.selectSingleNode("RESOURCES")) {
+    resources_->XMLNode(child);
+  } else {
+    node_.appendChild(resources_->XMLNode());
+  }
+  users_ = std::make_shared<clsLoggerResourceUsers>();
+  if (xml::Node child = node_.selectSingleNode("USERS")) {
+    users_->XMLNode(child);
+  } else {
+    node_.appendChild(users_->XMLNode());
+  }
+}
+
+std::string clsOutput::Description() const { return GetNodeText(node_, "DESCRIPTION", ""); }
+void clsOutput::Description(std::string value) { SetNodeText(node_, "DESCRIPTION", value); }
+
+std::string clsOutput::FalseCode() const {
+  return UnescapeText(GetNodeText(node_, "FALSECODE", ""));
+}
+void clsOutput::FalseCode(std::string value) { SetNodeText(node_, "FALSECODE", EscapeText(value)); }
+
+int16_t clsOutput::Index() const { return TextToInt16(GetNodeText(node_, "INDEX", "")); }
+void clsOutput::Index(int16_t value) { SetNodeText(node_, "INDEX", IntegerText(value)); }
+
+std::string clsOutput::Key() const { return GetNodeText(node_, "KEY", ""); }
+void clsOutput::Key(std::string value) { SetNodeText(node_, "KEY", value); }
+
+bool clsOutput::KeyUnique() const { return ReadBool(node_, "KEYUNIQUE"); }
+void clsOutput::KeyUnique(bool value) { WriteBool(node_, "KEYUNIQUE", value); }
+
+bool clsOutput::LoadToScheme() const { return ReadBool(node_, "LOADTOSCHEME"); }
+void clsOutput::LoadToScheme(bool value) { WriteBool(node_, "LOADTOSCHEME", value); }
+
+std::string clsOutput::LoggerChannel() const { return GetNodeText(node_, "LOGGERCHANNEL", ""); }
+void clsOutput::LoggerChannel(std::string value) { SetNodeText(node_, "LOGGERCHANNEL", value); }
+
+std::string clsOutput::Name() const { return GetNodeText(node_, "NAME", ""); }
+void clsOutput::Name(std::string value) { SetNodeText(node_, "NAME", value); }
+
+std::string clsOutput::Parent() const { return GetNodeText(node_, "PARENT", ""); }
+void clsOutput::Parent(std::string value) { SetNodeText(node_, "PARENT", value); }
+
+std::shared_ptr<clsLoggerResourceList> clsOutput::Resources() const { return resources_; }
+
+std::string clsOutput::TrueCode() const { return UnescapeText(GetNodeText(node_, "TRUECODE", "")); }
+void clsOutput::TrueCode(std::string value) { SetNodeText(node_, "TRUECODE", EscapeText(value)); }
+
+std::shared_ptr<clsLoggerResourceUsers> clsOutput::Users() const { return users_; }
+
+bool clsOutput::QueryUninstall() { return true; }
+
+Variant clsOutput::Invoke(std::string_view member, const Args& args) {
+  using T = clsOutput;
+  using M = MemberTable<T>;
+  static const M members = {
+      {"Description", M::Property(&T::Description, &T::Description)},
+      {"FalseCode", M::Property(&T::FalseCode, &T::FalseCode)},
+      {"Index", M::Property(&T::Index, &T::Index)},
+      {"Key", M::Property(&T::Key, &T::Key)},
+      {"KeyUnique", M::Property(&T::KeyUnique, &T::KeyUnique)},
+      {"LoadToScheme", M::Property(&T::LoadToScheme, &T::LoadToScheme)},
+      {"LoggerChannel", M::Property(&T::LoggerChannel, &T::LoggerChannel)},
+      {"Name", M::Property(&T::Name, &T::Name)},
+      {"Parent", M::Property(&T::Parent, &T::Parent)},
+      {"Resources", M::Getter(&T::Resources)},
+      {"TrueCode", M::Property(&T::TrueCode, &T::TrueCode)},
+      {"Users", M::Getter(&T::Users)},
+      {"QueryUninstall", M::Method(&T::QueryUninstall)},
+  };
+  return members.Invoke(*this, member, args);
+}
+
+}  // namespace corvale

@@ -1,0 +1,336 @@
+#include "corvale/instruments/std_instrument.h"
+
+#include "corvale/core/convert.h"
+#include "corvale/core/registry.h"
+#include "corvale/instruments/cdt_settings.h"
+#include "corvale/instruments/events.h"
+#include "corvale/instruments/files.h"
+#include "corvale/instruments/inst_channels.h"
+#include "corvale/instruments/outputs.h"
+#include "corvale/libraries/buddy_instruments.h"
+#include "corvale/loggers/logger_resource_list.h"
+
+namespace corvale {
+namespace {
+
+constexpr std::string_view kIconGroup = "HALDEN";
+constexpr std::string_view kDefaultBuildRevision = "4.01.0018";
+
+bool ReadBool(const xml::Node& node, std::string_view path, std::string_view defaultText) {
+  return TextToBool(GetNodeText(node, path, defaultText));
+}
+
+// Booleans are written "-1"; false is stored by absence.
+void WriteBool(const xml::Node& node, std::string_view path, bool value) {
+  SetNodeText(node, path, BoolText(value));
+}
+
+}  // namespace
+
+clsStdInstrument::clsStdInstrument() : node_(CreateElement("INSTRUMENT")) {}
+
+clsStdInstrument::~clsStdInstrument() = default;
+
+std::string clsStdInstrument::BaseClass() const { return GetNodeText(node_, "BASECLASS", ""); }
+void clsStdInstrument::BaseClass(std::string value) { SetNodeText(node_, "BASECLASS", value); }
+
+std::string clsStdInstrument::CatCode() const { return GetNodeText(node_, "CATCODE", ""); }
+void clsStdInstrument::CatCode(std::string value) { SetNodeText(node_, "CATCODE", value); }
+
+bool clsStdInstrument::Changed() const { return ReadBool(node_, "CHANGED", "0"); }
+void clsStdInstrument::Changed(bool value) {
+  WriteBool(node_, "CHANGED", value);
+  if (channels_) channels_->Changed(value);
+}
+
+std::string clsStdInstrument::Description() const { return GetNodeText(node_, "DESCRIPTION", ""); }
+void clsStdInstrument::Description(std::string value) { SetNodeText(node_, "DESCRIPTION", value); }
+
+std::string clsStdInstrument::Family() const { return GetNodeText(node_, "FAMILY", ""); }
+void clsStdInstrument::Family(std::string value) { SetNodeText(node_, "FAMILY", value); }
+
+PicturePtr clsStdInstrument::Icon() const { return icon_; }
+
+std::string clsStdInstrument::IconSource() const { return GetNodeText(node_, "ICONSOURCE", ""); }
+void clsStdInstrument::IconSource(std::string value) {
+  SetNodeText(node_, "ICONSOURCE", value);
+  ReloadIcon();
+}
+
+void clsStdInstrument::ReloadIcon() {
+  try {
+    icon_ = Host().LoadIcon(IconSource(), kIconGroup);
+  } catch (...) {
+    icon_ = nullptr;  // a missing picture never fails the instrument
+  }
+}
+
+std::string clsStdInstrument::INPCode() const {
+  return UnescapeText(GetNodeText(node_, "INPCODE", ""));
+}
+void clsStdInstrument::INPCode(std::string value) {
+  SetNodeText(node_, "INPCODE", EscapeText(value));
+}
+
+int16_t clsStdInstrument::Instance() const {
+  return TextToInt16(GetNodeText(node_, "INSTANCE", "0"));
+}
+void clsStdInstrument::Instance(int16_t value) {
+  SetNodeText(node_, "INSTANCE", IntegerText(value));
+}
+
+int16_t clsStdInstrument::Index() const { return TextToInt16(GetNodeText(node_, "INDEX", "")); }
+void clsStdInstrument::Index(int16_t value) { SetNodeText(node_, "INDEX", IntegerText(value)); }
+
+std::string clsStdInstrument::Key() const { return GetNodeText(node_, "KEY", ""); }
+void clsStdInstrument::Key(std::string value) {
+  SetNodeText(node_, "KEY", value);
+  HandDownKey(value);
+}
+
+// Files carry no owner key; every other collection is told whose it is.
+void clsStdInstrument::HandDownKey(const std::string& key) {
+  if (channels_) channels_->Parent(key);
+  if (events_) events_->Parent(key);
+  if (outputs_) outputs_->Parent(key);
+  if (buddies_) buddies_->Parent(key);
+  if (cdt_settings_) cdt_settings_->Parent(key);
+  if (resources_) resources_->Parent(key);
+}
+
+std::string clsStdInstrument::Keywords() const { return GetNodeText(node_, "KEYWORDS", ""); }
+void clsStdInstrument::Keywords(std::string value) { SetNodeText(node_, "KEYWORDS", value); }
+
+std::string clsStdInstrument::LoaderClass() const { return GetNodeText(node_, "LOADERCLASS", ""); }
+void clsStdInstrument::LoaderClass(std::string value) { SetNodeText(node_, "LOADERCLASS", value); }
+
+bool clsStdInstrument::LoadFromScheme() const { return ReadBool(node_, "LOADFROMSCHEME", "0"); }
+void clsStdInstrument::LoadFromScheme(bool value) { WriteBool(node_, "LOADFROMSCHEME", value); }
+
+ObjectPtr clsStdInstrument::Loader() const { return loader_; }
+void clsStdInstrument::Loader(ObjectPtr value) { loader_ = std::move(value); }
+
+int32_t clsStdInstrument::LoggerTypes() const {
+  return TextToInt32(GetNodeText(node_, "LOGGERTYPES", "0"));
+}
+void clsStdInstrument::LoggerTypes(int32_t value) {
+  SetNodeText(node_, "LOGGERTYPES", IntegerText(value));
+}
+
+std::string clsStdInstrument::MinimumBuildRevision() const {
+  return GetNodeString(node_, "MINBUILDREVISION", kDefaultBuildRevision, true);
+}
+void clsStdInstrument::MinimumBuildRevision(std::string value) {
+  SetNodeString(node_, "MINBUILDREVISION", value, kDefaultBuildRevision, true);
+}
+
+std::string clsStdInstrument::Name() const { return GetNodeText(node_, "NAME", ""); }
+void clsStdInstrument::Name(std::string value) {
+  SetNodeText(node_, "NAME", value);
+  // The attribute is written even for an empty name: readers of the document look for it.
+  try {
+    node_.setAttribute("NAME", value);
+  } catch (...) {
+  }
+}
+
+bool clsStdInstrument::ReadOnly() const { return ReadBool(node_, "READONLY", "0"); }
+void clsStdInstrument::ReadOnly(bool value) { WriteBool(node_, "READONLY", value); }
+
+std::string clsStdInstrument::SetupForm() const { return GetNodeText(node_, "SETUPFORM", ""); }
+void clsStdInstrument::SetupForm(std::string value) { SetNodeText(node_, "SETUPFORM", value); }
+
+bool clsStdInstrument::SingleUse() const { return ReadBool(node_, "SINGLEUSE", "0"); }
+void clsStdInstrument::SingleUse(bool value) { WriteBool(node_, "SINGLEUSE", value); }
+
+std::string clsStdInstrument::Source() const { return GetNodeText(node_, "SOURCE", ""); }
+void clsStdInstrument::Source(std::string value) { SetNodeText(node_, "SOURCE", value); }
+
+std::string clsStdInstrument::Tag() const { return GetNodeText(node_, "TAG", ""); }
+void clsStdInstrument::Tag(std::string value) { SetNodeText(node_, "TAG", value, true); }
+
+float clsStdInstrument::Version() const { return TextToSingle(GetNodeText(node_, "VERSION", "1")); }
+void clsStdInstrument::Version(float value) { SetNodeText(node_, "VERSION", SingleText(value)); }
+
+bool clsStdInstrument::Visible() const { return ReadBool(node_, "VISIBLE", "-1"); }
+void clsStdInstrument::Visible(bool value) {
+  SetNodeText(node_, "VISIBLE", IntegerText(value ? -1 : 0));
+}
+
+xml::Node clsStdInstrument::XMLNode() const { return node_; }
+
+void clsStdInstrument::XMLNode(xml::Node value) {
+  if (!(value == node_)) {
+    node_ = std::move(value);
+    // Collections of the old element are let go rather than re-bound, so that nothing is
+    // moved out of the element left behind.
+    DropCollections();
+  }
+  if (ObjectPtr owner = owner_.lock()) Install(owner);
+  ReloadIcon();
+}
+
+void clsStdInstrument::DropCollections() {
+  channels_.reset();
+  cdt_settings_.reset();
+  outputs_.reset();
+  events_.reset();
+  resources_.reset();
+  buddies_.reset();
+  files_.reset();
+}
+
+template <class C>
+std::shared_ptr<C>& clsStdInstrument::Bind(std::shared_ptr<C>& collection, std::string_view name,
+                                           bool append) {
+  xml::Node child = node_.selectSingleNode(name);
+  if (child) {
+    if (!collection) collection = std::make_shared<C>();
+    collection->XMLNode(child);
+  } else if (append) {
+    // A collection whose element sits elsewhere is not taken along: a new one starts here.
+    if (!collection || collection->XMLNode().parentNode()) collection = std::make_shared<C>();
+    node_.appendChild(collection->XMLNode());
+  } else if (!collection) {
+    collection = std::make_shared<C>();
+  }
+  return collection;
+}
+
+// Before Install a collection is made when it is first asked for, bound to the element's
+// child when there is one; reading never adds a container to the document.
+template <class C>
+std::shared_ptr<C>& clsStdInstrument::OnDemand(std::shared_ptr<C>& collection,
+                                               std::string_view name) {
+  if (collection) return collection;
+  return Bind(collection, name, false);
+}
+
+std::shared_ptr<clsInstChannels> clsStdInstrument::Channels() {
+  return OnDemand(channels_, "CHANNELS");
+}
+std::shared_ptr<clsCDTSettings> clsStdInstrument::CDTSettings() {
+  return OnDemand(cdt_settings_, "CDTSETTINGS");
+}
+std::shared_ptr<clsOutputs> clsStdInstrument::Outputs() { return OnDemand(outputs_, "OUTPUTS"); }
+std::shared_ptr<clsEvents> clsStdInstrument::Events() { return OnDemand(events_, "EVENTS"); }
+std::shared_ptr<clsLoggerResourceList> clsStdInstrument::Resources() {
+  return OnDemand(resources_, "RESOURCES");
+}
+std::shared_ptr<clsBuddyInstruments> clsStdInstrument::Buddies() {
+  return OnDemand(buddies_, "BUDDIES");
+}
+std::shared_ptr<clsFiles> clsStdInstrument::Files() { return OnDemand(files_, "FILES"); }
+
+void clsStdInstrument::Install(ObjectPtr owner) {
+  Bind(channels_, "CHANNELS", true);
+  Bind(cdt_settings_, "CDTSETTINGS", true);
+  Bind(outputs_, "OUTPUTS", true);
+  Bind(events_, "EVENTS", true);
+  Bind(resources_, "RESOURCES", true);
+  Bind(buddies_, "BUDDIES", true);
+  Bind(files_, "FILES", true);
+
+  const std::string key = Key();
+  if (!key.empty()) {
+    channels_->Parent(key);
+    cdt_settings_->Parent(key);
+    outputs_->Parent(key);
+    events_->Parent(key);
+    resources_->Parent(key);
+    buddies_->Parent(key);
+  }
+
+  owner_ = owner;
+
+  const std::string loaderClass = LoaderClass();
+  if (loaderClass.empty()) return;
+  // A loader that cannot be made or installed leaves the instrument without one; the
+  // instrument itself stays usable.
+  loader_ = nullptr;
+  try {
+    ObjectPtr loader = CreateObject(loaderClass);
+    loader_ = loader;
+    loader->Invoke("Install", {Variant(shared_from_this()), Variant(owner)});
+  } catch (...) {
+    loader_ = nullptr;
+  }
+}
+
+bool clsStdInstrument::CallHook(std::string_view name) {
+  if (!loader_) return true;
+  try {
+    return loader_->Invoke(name).ToBool();
+  } catch (...) {
+    return false;
+  }
+}
+
+bool clsStdInstrument::Load() { return CallHook("Load"); }
+bool clsStdInstrument::Save() { return CallHook("Save"); }
+bool clsStdInstrument::BeforeWrite() { return CallHook("BeforeWrite"); }
+bool clsStdInstrument::BeforeCompile() { return CallHook("BeforeCompile"); }
+bool clsStdInstrument::QueryUninstall() { return CallHook("QueryUninstall"); }
+
+void clsStdInstrument::UnInstall() {
+  if (!loader_) return;
+  try {
+    loader_->Invoke("UnInstall");
+  } catch (...) {
+    // Removal goes on whatever the loader makes of it.
+  }
+}
+
+Variant clsStdInstrument::Invoke(std::string_view member, const Args& args) {
+  using T = clsStdInstrument;
+  using M = MemberTable<T>;
+  static const M members = {
+      {"BaseClass", M::Property(&T::BaseClass, &T::BaseClass)},
+      {"Buddies", M::Getter(&T::Buddies)},
+      {"CatCode", M::Property(&T::CatCode, &T::CatCode)},
+      {"Changed", M::Property(&T::Changed, &T::Changed)},
+      {"Channels", M::Getter(&T::Channels)},
+      {"CDTSettings", M::Getter(&T::CDTSettings)},
+      {"Files", M::Getter(&T::Files)},
+      {"Description", M::Property(&T::Description, &T::Description)},
+      {"Events", M::Getter(&T::Events)},
+      {"Family", M::Property(&T::Family, &T::Family)},
+      {"IconSource", M::Property(&T::IconSource, &T::IconSource)},
+      {"INPCode", M::Property(&T::INPCode, &T::INPCode)},
+      {"Instance", M::Property(&T::Instance, &T::Instance)},
+      {"Index", M::Property(&T::Index, &T::Index)},
+      {"Key", M::Property(&T::Key, &T::Key)},
+      {"Keywords", M::Property(&T::Keywords, &T::Keywords)},
+      {"LoaderClass", M::Property(&T::LoaderClass, &T::LoaderClass)},
+      {"LoadFromScheme", M::Property(&T::LoadFromScheme, &T::LoadFromScheme)},
+      {"Loader", M::Property(&T::Loader, &T::Loader)},
+      {"LoggerTypes", M::Property(&T::LoggerTypes, &T::LoggerTypes)},
+      {"MinimumBuildRevision", M::Property(&T::MinimumBuildRevision, &T::MinimumBuildRevision)},
+      {"Name", M::Property(&T::Name, &T::Name)},
+      {"Outputs", M::Getter(&T::Outputs)},
+      {"OUTChannels", M::Getter(&T::OUTChannels)},
+      {"ReadOnly", M::Property(&T::ReadOnly, &T::ReadOnly)},
+      {"Resources", M::Getter(&T::Resources)},
+      {"SetupForm", M::Property(&T::SetupForm, &T::SetupForm)},
+      {"SingleUse", M::Property(&T::SingleUse, &T::SingleUse)},
+      {"Source", M::Property(&T::Source, &T::Source)},
+      {"Tag", M::Property(&T::Tag, &T::Tag)},
+      {"Version", M::Property(&T::Version, &T::Version)},
+      {"Visible", M::Property(&T::Visible, &T::Visible)},
+      {"Install",
+       [](T& self, const Args& a) -> Variant {
+         ExpectArgs(a, 1);
+         self.Install(a[0].ToObject());
+         return {};
+       }},
+      {"Load", M::Method(&T::Load)},
+      {"Save", M::Method(&T::Save)},
+      {"BeforeWrite", M::Method(&T::BeforeWrite)},
+      {"BeforeCompile", M::Method(&T::BeforeCompile)},
+      {"QueryUninstall", M::Method(&T::QueryUninstall)},
+      {"UnInstall", M::Method(&T::UnInstall)},
+  };
+  return members.Invoke(*this, member, args);
+}
+
+}  // namespace corvale
