@@ -1,0 +1,91 @@
+#include "corvale/loggers/logger_resource_list.h"
+
+#include "corvale/core/convert.h"
+#include "corvale/core/error.h"
+#include "corvale/instruments/index_arg.h"
+
+namespace corvale {
+
+clsLoggerResourceList::clsLoggerResourceList() : node_(CreateElement("RESOURCES")) {}
+
+int16_t clsLoggerResourceList::Count() const { return items_.Count(); }
+
+LoggerResourceRequestPtr clsLoggerResourceList::Item(const corvale::Index& index) const {
+  return items_.Item(index);
+}
+
+std::string clsLoggerResourceList::Parent() const { return GetNodeText(node_, "PARENT", ""); }
+void clsLoggerResourceList::Parent(std::string value) { SetNodeText(node_, "PARENT", value); }
+
+xml::Node clsLoggerResourceList::XMLNode() const { return node_; }
+
+void clsLoggerResourceList::XMLNode(xml::Node value) {
+  if (value == node_) return;
+  // Clearing takes the requests out of the element left behind, as documents saved after a
+  // re-bind have always shown.
+  Clear();
+  node_ = std::move(value);
+  for (const xml::Node& child : node_.selectNodes("REQUEST")) {
+    auto request = std::make_shared<clsLoggerResourceRequest>();
+    request->XMLNode(child);
+    if (request->Key().empty()) request->Key(NextKey());
+    items_.Add(request, request->Key());
+  }
+}
+
+std::string clsLoggerResourceList::NextKey() const {
+  for (int16_t n = 0; n < INT16_MAX; ++n) {
+    std::string key = "RES_" + IntegerText(n);
+    if (!items_.Exists(key)) return key;
+  }
+  throw Error(err::kOverflow);
+}
+
+void clsLoggerResourceList::Add(LoggerResourceRequestPtr request) {
+  if (!request) throw Error(err::kObjectNotSet);
+  if (request->Key().empty()) request->Key(NextKey());
+  // A repeated key is refused before the element moves in, so the document never holds a
+  // request that the list does not know (it could not be loaded again).
+  if (items_.Exists(request->Key())) throw Error(err::kDuplicateKey);
+  node_.appendChild(request->XMLNode());
+  items_.Add(request, request->Key());
+}
+
+void clsLoggerResourceList::Remove(const corvale::Index& index) {
+  node_.removeChild(items_.Item(index)->XMLNode());
+  items_.Remove(index);
+}
+
+void clsLoggerResourceList::Clear() {
+  while (!items_.Empty()) Remove(1);
+}
+
+Variant clsLoggerResourceList::Invoke(std::string_view member, const Args& args) {
+  using M = MemberTable<clsLoggerResourceList>;
+  static const M::Member item = [](clsLoggerResourceList& self, const Args& a) -> Variant {
+    ExpectArgs(a, 1);
+    return Variant(self.Item(IndexArg(a[0])));
+  };
+  static const M members = {
+      {"Count", M::Getter(&clsLoggerResourceList::Count)},
+      {"Item", item},
+      {"", item},
+      {"Add",
+       [](clsLoggerResourceList& self, const Args& a) -> Variant {
+         ExpectArgs(a, 1);
+         self.Add(VariantAs<LoggerResourceRequestPtr>(a[0]));
+         return {};
+       }},
+      {"Remove",
+       [](clsLoggerResourceList& self, const Args& a) -> Variant {
+         ExpectArgs(a, 1);
+         self.Remove(IndexArg(a[0]));
+         return {};
+       }},
+      {"Clear", M::Method(&clsLoggerResourceList::Clear)},
+      {"Parent", M::Property(&clsLoggerResourceList::Parent, &clsLoggerResourceList::Parent)},
+  };
+  return members.Invoke(*this, member, args);
+}
+
+}  // namespace corvale
