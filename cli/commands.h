@@ -9,5 +9,6 @@
 namespace corvale::cli {
 
 int RunCheck(const std::vector<std::string>& args);
+int RunInstrument(const std::vector<std::string>& args);
 
 }  // namespace corvale::cli

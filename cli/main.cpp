@@ -28,6 +28,8 @@ struct Command {
 constexpr Command kCommands[] = {
     {"check", corvale::cli::RunCheck,
      "FILE...  load XML documents; print root, encoding and element count, or where they break"},
+    {"instrument", corvale::cli::RunInstrument,
+     "FILE [CATCODE]  list the instruments of a document, or print one in full"},
 };
 
 void PrintUsage(std::ostream& out) {
