@@ -81,7 +81,7 @@ int RunInstrument(const std::vector<std::string>& arguments) {
       return kExitOk;
     }
   }
-  std::cerr << file << ": no instrument with catalogue code '" << catCode << "'\n";
+  std::cerr << file << ": no instrument with the catalogue code \"" << catCode << "\"\n";
   return kExitFailure;
 }
 

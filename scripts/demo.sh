@@ -14,3 +14,6 @@ if [ ${#examples[@]} -eq 0 ]; then
 fi
 echo "== corvale check examples/*.xml"
 "$corvale" check "${examples[@]}"
+
+echo "== corvale instrument examples/sample_library.xml RLY01"
+"$corvale" instrument examples/sample_library.xml RLY01

@@ -10,11 +10,10 @@
 #include "corvale/core/host.h"
 #include "corvale/core/object.h"
 #include "corvale/core/xml.h"
+#include "corvale/instruments/cdt_settings.h"
 #include "corvale/instruments/logger_input_channel.h"
 
 namespace corvale {
-
-class clsCDTSettings;
 
 class clsInstChannel : public Object {
  public:

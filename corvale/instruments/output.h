@@ -9,11 +9,10 @@
 
 #include "corvale/core/object.h"
 #include "corvale/core/xml.h"
+#include "corvale/loggers/logger_resource_list.h"
+#include "corvale/loggers/logger_resource_users.h"
 
 namespace corvale {
-
-class clsLoggerResourceList;
-class clsLoggerResourceUsers;
 
 class clsOutput : public Object {
  public:

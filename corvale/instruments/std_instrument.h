@@ -10,7 +10,14 @@
 #include "corvale/core/node_access.h"
 #include "corvale/core/object.h"
 #include "corvale/core/xml.h"
+#include "corvale/instruments/cdt_settings.h"
+#include "corvale/instruments/events.h"
+#include "corvale/instruments/files.h"
+#include "corvale/instruments/inst_channels.h"
 #include "corvale/instruments/instrument.h"
+#include "corvale/instruments/outputs.h"
+#include "corvale/libraries/buddy_instruments.h"
+#include "corvale/loggers/logger_resource_list.h"
 
 namespace corvale {
 
