@@ -1,0 +1,140 @@
+// Outputs: their resource and user lists, keys, the Parent written on the container and on
+// every output, the alias look-up by name and the uninstall query.
+#include "corvale/instruments/outputs.h"
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <memory>
+#include <string>
+
+#include "corvale/core/error.h"
+#include "corvale/core/xml.h"
+#include "corvale/loggers/logger_resource_list.h"
+#include "corvale/loggers/logger_resource_users.h"
+
+namespace corvale {
+namespace {
+
+std::shared_ptr<clsOutputs> Bound(const std::string& body) {
+  xml::Document document = xml::Document::create();
+  EXPECT_TRUE(document.loadXML("<INSTRUMENT><OUTPUTS>" + body + "</OUTPUTS></INSTRUMENT>"));
+  auto outputs = std::make_shared<clsOutputs>();
+  outputs->XMLNode(document.documentElement().selectSingleNode("OUTPUTS"));
+  return outputs;
+}
+
+int32_t ErrorOf(const std::function<void()>& call) {
+  try {
+    call();
+  } catch (const Error& error) {
+    return error.number();
+  }
+  return 0;
+}
+
+TEST(Output, CarriesResourceAndUserListsInItsElement) {
+  auto output = std::make_shared<clsOutput>();
+  xml::Node element = output->XMLNode();
+  EXPECT_EQ(output->Resources()->XMLNode(), element.selectSingleNode("RESOURCES"));
+  EXPECT_EQ(output->Users()->XMLNode(), element.selectSingleNode("USERS"));
+  EXPECT_EQ(output->Resources()->Count(), 0);
+
+  auto outputs = Bound(
+      "<OUTPUT><KEY>OUT_0</KEY><RESOURCES><REQUEST><KEY>R</KEY><RESOURCE>DOUT1</RESOURCE>"
+      "</REQUEST></RESOURCES></OUTPUT>");
+  auto bound = outputs->Item("out_0");
+  EXPECT_EQ(bound->Resources()->Count(), 1);
+  EXPECT_EQ(bound->Resources()->Item(1)->Resource(), "DOUT1");
+  EXPECT_EQ(bound->XMLNode().selectNodes("RESOURCES").size(), 1u);
+  EXPECT_EQ(bound->XMLNode().selectNodes("USERS").size(), 1u) << "a missing list is added";
+
+  output->TrueCode("CLOSE {OUT_0}\r\nWAIT 10");
+  EXPECT_EQ(element.selectSingleNode("TRUECODE").text(), "CLOSE {OUT_0}\\nWAIT 10");
+  EXPECT_EQ(output->TrueCode(), "CLOSE {OUT_0}\r\nWAIT 10");
+  output->LoadToScheme(true);
+  EXPECT_EQ(element.selectSingleNode("LOADTOSCHEME").text(), "-1");
+  output->LoadToScheme(false);
+  EXPECT_FALSE(element.selectSingleNode("LOADTOSCHEME"));
+}
+
+TEST(Outputs, KeysParentAndErrors) {
+  auto outputs = Bound("<OUTPUT><KEY>OUT_0</KEY></OUTPUT><OUTPUT/>");
+  EXPECT_EQ(outputs->Item(2)->Key(), "OUT_1");
+  auto added = outputs->Add(std::make_shared<clsOutput>());
+  EXPECT_EQ(added->Key(), "OUT_2");
+  EXPECT_EQ(added->XMLNode().parentNode(), outputs->XMLNode());
+
+  outputs->Parent("RLY01");
+  EXPECT_EQ(outputs->XMLNode().selectSingleNode("PARENT").text(), "RLY01");
+  for (const xml::Node& child : outputs->XMLNode().selectNodes("OUTPUT"))
+    EXPECT_EQ(child.selectSingleNode("PARENT").text(), "RLY01");
+  EXPECT_EQ(outputs->Parent(), "RLY01");
+
+  auto twin = std::make_shared<clsOutput>();
+  twin->Key("Out_1");
+  EXPECT_EQ(ErrorOf([&] { outputs->Add(twin); }), err::kDuplicateKey);
+  EXPECT_EQ(outputs->XMLNode().selectNodes("OUTPUT").size(), 3u);
+  EXPECT_EQ(ErrorOf([&] { outputs->Item(4); }), err::kSubscriptOutOfRange);
+  EXPECT_EQ(ErrorOf([&] { outputs->Remove("OUT_9"); }), err::kSubscriptOutOfRange);
+
+  outputs->Remove(1);
+  EXPECT_EQ(outputs->Item(1)->Key(), "OUT_1");
+  EXPECT_EQ(outputs->XMLNode().selectNodes("OUTPUT").size(), 2u);
+  outputs->Clear();
+  EXPECT_TRUE(outputs->XMLNode().selectNodes("OUTPUT").empty());
+  EXPECT_EQ(ErrorOf([] { Bound("<OUTPUT><KEY>A</KEY></OUTPUT><OUTPUT><KEY>a</KEY></OUTPUT>"); }),
+            err::kDuplicateKey);
+}
+
+// An output that also answers Alias, as items of a scheme's output list may.
+struct AliasedOutput : clsOutput {
+  explicit AliasedOutput(std::string alias) : alias(std::move(alias)) {}
+  std::string alias;
+  Variant Invoke(std::string_view member, const Args& args) override {
+    if (member == "Alias") return Variant(alias);
+    return clsOutput::Invoke(member, args);
+  }
+};
+
+// An output that counts the questions it gets and answers as told.
+struct QueriedOutput : clsOutput {
+  explicit QueriedOutput(bool agree) : agree(agree) {}
+  bool agree;
+  int asked = 0;
+  bool QueryUninstall() override {
+    ++asked;
+    return agree;
+  }
+};
+
+TEST(Outputs, ChannelExistsAsksEachItemForItsAliasByName) {
+  auto outputs = std::make_shared<clsOutputs>();
+  EXPECT_FALSE(outputs->ChannelExists(""));
+  outputs->Add(std::make_shared<clsOutput>());
+  EXPECT_FALSE(outputs->ChannelExists("Level")) << "a plain output has no alias";
+  outputs->Add(std::make_shared<AliasedOutput>("Level"));
+  EXPECT_TRUE(outputs->ChannelExists("Level"));
+  EXPECT_FALSE(outputs->ChannelExists("level"));
+  EXPECT_TRUE(outputs->Invoke("ChannelExists", {Variant("Level")}).ToBool());
+}
+
+TEST(Outputs, QueryUninstallStopsAtTheFirstRefusal) {
+  auto outputs = std::make_shared<clsOutputs>();
+  EXPECT_TRUE(outputs->QueryUninstall());
+  auto yes = std::make_shared<QueriedOutput>(true);
+  auto no = std::make_shared<QueriedOutput>(false);
+  auto later = std::make_shared<QueriedOutput>(true);
+  outputs->Add(yes);
+  outputs->Add(std::make_shared<clsOutput>());
+  EXPECT_TRUE(outputs->QueryUninstall());
+  outputs->Add(no);
+  outputs->Add(later);
+  EXPECT_FALSE(outputs->QueryUninstall());
+  EXPECT_EQ(yes->asked, 2);
+  EXPECT_EQ(no->asked, 1);
+  EXPECT_EQ(later->asked, 0);
+}
+
+}  // namespace
+}  // namespace corvale
