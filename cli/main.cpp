@@ -30,6 +30,11 @@ constexpr Command kCommands[] = {
      "FILE...  load XML documents; print root, encoding and element count, or where they break"},
     {"instrument", corvale::cli::RunInstrument,
      "FILE [CATCODE]  list the instruments of a document, or print one in full"},
+    {"library", corvale::cli::RunLibrary,
+     "FILE [CATCODE] | register APP SECTION LIBRARY | startup APP SECTION  list a library or "
+     "show one instrument; add to or print the start-up list of libraries"},
+    {"merge", corvale::cli::RunMerge,
+     "MERGEFILE --target-file LIBRARYFILE [--yes]  merge an extension module into a library"},
 };
 
 void PrintUsage(std::ostream& out) {
