@@ -41,6 +41,10 @@ ClassTable MakeTable(Ctx ctx) {
 const ClassTable kTables[4] = {MakeTable(Ctx::Text), MakeTable(Ctx::Attr), MakeTable(Ctx::CData),
                                MakeTable(Ctx::Raw)};
 
+// Deeper elements are written without line breaks: indenting a very deep chain would grow
+// the file with the square of its depth.
+constexpr size_t kIndentLevels = 64;
+
 bool IsXmlControl(unsigned char c) { return c < 0x20 && c != '\t' && c != '\n' && c != '\r'; }
 
 class Writer {
@@ -134,7 +138,7 @@ class Writer {
           break;
         }
         out_ += '>';
-        bool kids = pretty && ChildrenPretty(n);
+        bool kids = pretty && level < kIndentLevels && ChildrenPretty(n);
         if (kidsPretty_.size() <= level) kidsPretty_.resize(level + 1);
         kidsPretty_[level] = kids;
         if (kids) out_ += newline_;
