@@ -1,0 +1,239 @@
+#include "corvale/core/node_access.h"
+
+#include <gtest/gtest.h>
+
+#include <memory>
+
+#include "corvale/core/error.h"
+#include "corvale/core/host.h"
+
+namespace corvale {
+namespace {
+
+// A document LIB with one element ITEM under its document element, as a model object has.
+struct Doc {
+  xml::Document document = NewDocument();
+  xml::Node root;
+  xml::Node item;
+  Doc() {
+    root = document.appendChild(document.createElement("LIB"));
+    item = root.appendChild(document.createElement("ITEM"));
+  }
+  // The change mark: "" when there is none.
+  std::string Mark() const { return root.selectSingleNode("CHANGED").text(); }
+  bool HasMark() const { return !root.selectSingleNode("CHANGED").isNull(); }
+  void ClearMark() { root.removeChild(root.selectSingleNode("CHANGED")); }
+  xml::Node Child(std::string_view name) const { return item.selectSingleNode(name); }
+  void Put(std::string_view name, std::string_view text) {
+    xml::Node child = document.createElement(name);
+    child.text(text);
+    item.appendChild(child);
+  }
+};
+
+template <class F>
+int32_t ErrorOf(F action) {
+  try {
+    action();
+  } catch (const Error& e) {
+    return e.number();
+  }
+  return 0;
+}
+
+TEST(NodeAccess, ChangeMarkRules) {
+  Doc d;
+  SetNodeText(d.item, "LABEL", "");
+  EXPECT_TRUE(d.Child("LABEL").isNull());
+  EXPECT_FALSE(d.HasMark());
+
+  d.Put("OFFSET", "5");
+  SetNodeText(d.item, "OFFSET", "0");  // removed, and deliberately not marked
+  EXPECT_TRUE(d.Child("OFFSET").isNull());
+  EXPECT_FALSE(d.HasMark());
+
+  SetNodeText(d.item, "OFFSET", "0", true);  // forced: written and marked
+  EXPECT_EQ(d.Child("OFFSET").text(), "0");
+  EXPECT_EQ(d.Mark(), "-1");
+
+  d.ClearMark();
+  SetNodeText(d.item, "NAME", "Probe");
+  EXPECT_EQ(d.Child("NAME").text(), "Probe");
+  EXPECT_EQ(d.Mark(), "-1");
+  d.ClearMark();
+  SetNodeText(d.item, "NAME", "Probe");  // the same value again: no mark
+  EXPECT_FALSE(d.HasMark());
+
+  // A cleared mark ("0") is set again by the next write.
+  d.root.appendChild(d.document.createElement("CHANGED")).text("0");
+  SetNodeText(d.item, "NAME", "Other");
+  EXPECT_EQ(d.Mark(), "-1");
+  EXPECT_EQ(d.root.selectNodes("CHANGED").size(), 1u);
+
+  // Elements not yet in a document take values without a mark anywhere.
+  xml::Node loose = CreateElement("INSTRUMENT");
+  SetNodeText(loose, "NAME", "Loose");
+  EXPECT_EQ(loose.selectSingleNode("NAME").text(), "Loose");
+  EXPECT_TRUE(FactoryDocument().documentElement().isNull());
+  // A null element is a no-op for every helper.
+  SetNodeText(xml::Node(), "NAME", "x", true);
+  EXPECT_EQ(GetNodeInteger(xml::Node(), "N", 7), 7);
+}
+
+TEST(NodeAccess, ReadingAbsentValuesWritesDefaultsBack) {
+  Doc d;
+  EXPECT_EQ(GetNodeText(d.item, "NAME", "New"), "New");
+  EXPECT_EQ(d.Child("NAME").text(), "New");
+  EXPECT_EQ(d.Mark(), "-1");
+
+  d.ClearMark();
+  EXPECT_EQ(GetNodeText(d.item, "TAG", ""), "");
+  EXPECT_EQ(GetNodeInteger(d.item, "OFFSET", 0), 0);
+  EXPECT_TRUE(d.Child("TAG").isNull());
+  EXPECT_TRUE(d.Child("OFFSET").isNull());
+  EXPECT_FALSE(d.HasMark());
+
+  EXPECT_EQ(GetNodeInteger(d.item, "VERSION", 5), 5);
+  EXPECT_EQ(d.Child("VERSION").text(), "5");
+  EXPECT_EQ(GetNodeLong(d.item, "TYPES", -1), -1);
+  EXPECT_EQ(d.Child("TYPES").text(), "-1");
+  EXPECT_EQ(GetNodeString(d.item, "MINBUILD", "", true), "");  // forced: present, empty
+  EXPECT_FALSE(d.Child("MINBUILD").isNull());
+
+  // Boolean defaults are written as words, and a false one is written too.
+  EXPECT_FALSE(GetNodeBoolean(d.item, "SHOW", false));
+  EXPECT_EQ(d.Child("SHOW").text(), "False");
+  EXPECT_TRUE(GetNodeBoolean(d.item, "VISIBLE", true));
+  EXPECT_EQ(d.Child("VISIBLE").text(), "True");
+  EXPECT_FALSE(GetNodeBoolean(d.item, "SHOW", true));  // now read from the document
+  EXPECT_TRUE(GetNodeBoolean(d.item, "VISIBLE", false));
+}
+
+TEST(NodeAccess, TypedReadsRaiseWhereTextReadsDoNot) {
+  Doc d;
+  d.Put("BIG", "70000");
+  d.Put("UNITS", "12abc");
+  EXPECT_EQ(ErrorOf([&] { GetNodeInteger(d.item, "BIG", 0); }), err::kOverflow);
+  EXPECT_EQ(GetNodeLong(d.item, "BIG", 0), 70000);
+  EXPECT_EQ(GetNodeText(d.item, "BIG", ""), "70000");
+  EXPECT_EQ(GetNodeInteger(d.item, "UNITS", 0), 12);
+
+  const char* truths[] = {"true", "TRUE", "-1", "2"};
+  const char* lies[] = {"yes", "0", "False", ""};
+  for (const char* text : truths) {
+    SetNodeText(d.item, "FLAG", text, true);
+    EXPECT_TRUE(GetNodeBoolean(d.item, "FLAG", false)) << text;
+  }
+  for (const char* text : lies) {
+    SetNodeText(d.item, "FLAG", text, true);
+    EXPECT_FALSE(GetNodeBoolean(d.item, "FLAG", true)) << text;
+  }
+}
+
+TEST(NodeAccess, TypedSettersCompareWithTheDefault) {
+  Doc d;
+  SetNodeString(d.item, "UNITS", "mV", "mV");  // the default: nothing written, still marked
+  EXPECT_TRUE(d.Child("UNITS").isNull());
+  EXPECT_EQ(d.Mark(), "-1");
+  SetNodeString(d.item, "UNITS", "mV", "mV", true);
+  EXPECT_EQ(d.Child("UNITS").text(), "mV");
+  SetNodeString(d.item, "UNITS", "", "mV");  // present: set, even to "" (not removed)
+  EXPECT_FALSE(d.Child("UNITS").isNull());
+  EXPECT_EQ(d.Child("UNITS").text(), "");
+  SetNodeString(d.item, "FAMILY", "Temp", "temp");  // the comparison is case-sensitive
+  EXPECT_EQ(d.Child("FAMILY").text(), "Temp");
+
+  SetNodeInteger(d.item, "OFFSET", 0, 0);
+  EXPECT_TRUE(d.Child("OFFSET").isNull());
+  SetNodeInteger(d.item, "OFFSET", -3, 0);
+  EXPECT_EQ(d.Child("OFFSET").text(), "-3");
+  SetNodeInteger(d.item, "OFFSET", 0, 0);  // present: "0" is written, not removed
+  EXPECT_EQ(d.Child("OFFSET").text(), "0");
+
+  SetNodeBoolean(d.item, "SINGLE", true, false);
+  EXPECT_EQ(d.Child("SINGLE").text(), "-1");
+  SetNodeBoolean(d.item, "READONLY", false, false);
+  EXPECT_TRUE(d.Child("READONLY").isNull());
+  SetNodeBoolean(d.item, "READONLY", false, false, true);
+  EXPECT_EQ(d.Child("READONLY").text(), "0");
+}
+
+TEST(NodeAccess, DocumentsElementsAndLookUps) {
+  xml::Document document = NewDocument();
+  xml::Node declaration = document.firstChild();
+  EXPECT_EQ(declaration.nodeType(), xml::NodeType::ProcessingInstruction);
+  EXPECT_EQ(declaration.nodeName(), "xml");
+  EXPECT_EQ(declaration.nodeValue(), "version = \"1.0\" encoding=\"windows-1252\"");
+
+  int32_t users = FactoryUser::Count();
+  {
+    FactoryUser user;
+    FactoryUser copy = user;
+    EXPECT_EQ(FactoryUser::Count(), users + 2);
+    EXPECT_FALSE(FactoryDocument().isNull());
+  }
+  EXPECT_EQ(FactoryUser::Count(), users);
+  EXPECT_EQ(CreateElement("CHANNEL").nodeName(), "CHANNEL");  // works without users too
+
+  xml::Node parsed = ParseNode("<A><B>x</B></A>");
+  EXPECT_EQ(parsed.nodeName(), "A");
+  EXPECT_TRUE(ParseNode("<A><B></A>").isNull());
+
+  Doc d;
+  xml::Node setup = GetSetupNode(d.item);
+  EXPECT_EQ(setup.parentNode(), d.item);
+  EXPECT_EQ(GetSetupNode(d.item), setup);  // made once
+
+  std::vector<xml::Node> nodes;
+  for (const char* alias : {"Flow", "abc", "ABC"}) {
+    nodes.push_back(CreateElement("CHANNEL"));
+    SetNodeText(nodes.back(), "ALIAS", alias);
+  }
+  EXPECT_EQ(FindNodeIndex(nodes, "ALIAS", "ABC"), 1);
+  EXPECT_EQ(FindNodeIndex(nodes, "ALIAS", "flow"), 0);
+  EXPECT_EQ(FindNodeIndex(nodes, "ALIAS", "Level"), -1);
+}
+
+TEST(NodeAccess, EscapedProgramText) {
+  EXPECT_EQ(EscapeText("a\\b\r\nc\t"), "a\\\\b\\nc\\t");
+  EXPECT_EQ(EscapeText("  one\rtwo\nthree  "), "one\\ntwo\nthree");  // a lone LF stays
+  EXPECT_EQ(EscapeText("   "), "");
+
+  EXPECT_EQ(UnescapeText("a\\\\b\\nc\\t"), "a\\b\r\nc\t");
+  EXPECT_EQ(UnescapeText("a\\qb"), "a\\qb");    // an unknown escape keeps its backslash
+  EXPECT_EQ(UnescapeText("x\\\\ny"), "x\\ny");  // "\\n" is a backslash and an n
+  EXPECT_EQ(UnescapeText("dir\\\\"), "dir\\");  // trailing "\\"
+  EXPECT_EQ(UnescapeText("dir\\"), "dir\\");    // a trailing single backslash
+  EXPECT_EQ(UnescapeText("\\\\\\\\"), "\\\\");
+  EXPECT_EQ(UnescapeText(" \\tx "), "\tx");
+
+  std::string program = ".if pass==INIT_PASS\r\n\tmov r1, \\n\r\n\tdb \"C:\\LOG\\\"\\\\\r\n.endif";
+  EXPECT_EQ(UnescapeText(EscapeText(program)), program);
+}
+
+class WindowsHost : public HostServices {
+ public:
+  std::string WindowsFolderName() override { return "C:\\WINDOWS"; }
+};
+
+TEST(NodeAccess, PathHelpers) {
+  std::string path = "C:\\LIB  ";
+  AddBackslash(path);
+  EXPECT_EQ(path, "C:\\LIB\\");
+  AddBackslash(path);
+  EXPECT_EQ(path, "C:\\LIB\\");
+  path = "C:\\LIB\\ ";  // already ends in "\" once trimmed: left untouched
+  AddBackslash(path);
+  EXPECT_EQ(path, "C:\\LIB\\ ");
+  path.clear();
+  AddBackslash(path);
+  EXPECT_EQ(path, "\\");
+
+  EXPECT_EQ(StripNull(std::string("abc\0def", 7)), "abc");
+
+  ScopedHostServices host(std::make_shared<WindowsHost>());
+  EXPECT_EQ(WindowsFolder(), "C:\\WINDOWS\\");
+}
+
+}  // namespace
+}  // namespace corvale
