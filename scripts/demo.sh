@@ -17,3 +17,15 @@ echo "== corvale check examples/*.xml"
 
 echo "== corvale instrument examples/sample_library.xml RLY01"
 "$corvale" instrument examples/sample_library.xml RLY01
+
+echo "== corvale library examples/sample_library.xml"
+"$corvale" library examples/sample_library.xml
+
+# The merge changes its target, so it works on a copy; the bundled examples stay as they are.
+scratch=$(mktemp -d)
+trap 'rm -rf "$scratch"' EXIT
+cp examples/sample_library.xml "$scratch/sample_library.xml"
+echo "== corvale merge examples/sample_extension.xml --target-file <copy of the sample library> --yes"
+"$corvale" merge examples/sample_extension.xml --target-file "$scratch/sample_library.xml" --yes
+echo "== corvale library <merged copy>"
+"$corvale" library "$scratch/sample_library.xml"

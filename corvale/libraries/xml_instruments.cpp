@@ -80,7 +80,7 @@ const xml::ParseError& XMLInstruments::ParseError() const { return document_.par
 
 InstrumentPtr XMLInstruments::Item(const Index& index) {
   const int32_t position = Position(index);
-  if (position < 0) return nullptr;
+  if (position < 0 || instruments_.empty()) return nullptr;  // an empty library has no list
   xml::Node element = ElementAt(position);
   if (!element) throw MissingInstrument("Item");
 

@@ -40,7 +40,8 @@ class XMLInstruments : public IInstruments {
   int32_t Visibility() const override;
   void Visibility(int32_t value) override;
   // A position (1-based) or a catalogue code (without regard to case). Null for a code that
-  // no instrument has or a position below 1; error 91 for a position beyond Count.
+  // no instrument has, a position below 1, or an empty library; error 91 for a position
+  // beyond Count.
   InstrumentPtr Item(const Index& index) override;
   // Error 91 when there is no instrument at the index.
   InstrumentPtr LibraryItem(const Index& index) override;

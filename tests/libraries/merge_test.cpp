@@ -1,0 +1,222 @@
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+
+#include "corvale/core/error.h"
+#include "corvale/core/node_access.h"
+#include "corvale/core/registry.h"
+#include "corvale/libraries/xml_merge_instruments.h"
+#include "tests/libraries/library_test_host.h"
+#include "tests/support/test_support.h"
+
+namespace corvale {
+namespace {
+
+using test::LibraryTestHost;
+using test::ReadFile;
+using test::TempDir;
+using test::WriteFile;
+
+constexpr const char* kTarget = R"(<?xml version = "1.0" encoding="windows-1252"?>
+<PennardInstrumentLibrary>
+  <NAME>Harbour</NAME>
+  <INSTRUMENT><CATCODE>TMP</CATCODE><NAME>Air temperature</NAME><VERSION>1</VERSION></INSTRUMENT>
+  <INSTRUMENT><CATCODE>LVL</CATCODE><NAME>Tank level</NAME><VERSION>3</VERSION></INSTRUMENT>
+  <INSTRUMENT><CATCODE>RAIN</CATCODE><NAME>Rain gauge</NAME></INSTRUMENT>
+</PennardInstrumentLibrary>
+)";
+
+std::string MergeFile(const std::string& instruments) {
+  return R"(<?xml version="1.0" encoding="UTF-8"?>
+<MERGEINSTRUMENTS>
+  <NAME>Tide pack</NAME>
+  <DESCRIPTION>Tide and wave sensors</DESCRIPTION>
+  <VERSION>2.1</VERSION>
+  <TARGET>Test.Harbour</TARGET>
+  <PROVIDER>Quay Instruments</PROVIDER>
+  <LICENSETEXT>Free for harbour use</LICENSETEXT>
+)" + instruments +
+         "</MERGEINSTRUMENTS>\n";
+}
+
+constexpr const char* kNewTide =
+    "<INSTRUMENT><CATCODE>TIDE</CATCODE><NAME>Tide gauge</NAME><VERSION>1</VERSION></INSTRUMENT>";
+constexpr const char* kNewerTemperature =
+    "<INSTRUMENT><CATCODE>tmp</CATCODE><NAME>Air temperature v2</NAME><VERSION>2</VERSION>"
+    "</INSTRUMENT>";
+constexpr const char* kOlderLevel =
+    "<INSTRUMENT><CATCODE>LVL</CATCODE><NAME>Old level</NAME><VERSION>2.5</VERSION></INSTRUMENT>";
+constexpr const char* kSameRain =
+    "<INSTRUMENT><CATCODE>RAIN</CATCODE><NAME>Same rain</NAME><VERSION>1</VERSION></INSTRUMENT>";
+
+class MergeTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    targetPath = WriteFile("merge-target-" + std::to_string(++counter) + ".xml", kTarget);
+    const std::string path = targetPath;
+    RegisterClass("Test.Harbour", [path] {
+      auto library = std::make_shared<XMLInstruments>();
+      library->Load(path);
+      return library;
+    });
+    merge.Libraries(libraries);
+  }
+  void TearDown() override { UnregisterClass("Test.Harbour"); }
+
+  bool LoadMerge(const std::string& instruments) {
+    return merge.Load(
+        WriteFile("merge-" + std::to_string(counter) + ".xml", MergeFile(instruments)));
+  }
+  std::vector<std::string> TargetCodes() {
+    XMLInstruments reread;
+    EXPECT_TRUE(reread.Load(targetPath));
+    std::vector<std::string> codes;
+    for (int16_t i = 1; i <= reread.Count(); ++i) codes.push_back(reread.Item(i)->CatCode());
+    return codes;
+  }
+
+  static inline int counter = 0;
+  std::string targetPath;
+  std::shared_ptr<LibraryTestHost> host = std::make_shared<LibraryTestHost>();
+  ScopedHostServices scope{host};
+  std::shared_ptr<clsLibraries> libraries = std::make_shared<clsLibraries>();
+  XMLMergeInstruments merge;
+};
+
+TEST_F(MergeTest, NewInstrumentsAreAddedAfterOneQuestion) {
+  ASSERT_TRUE(LoadMerge(std::string(kNewTide) +
+                        "<INSTRUMENT><CATCODE>WAVE</CATCODE><NAME>Wave buoy</NAME></INSTRUMENT>"));
+  EXPECT_EQ(merge.Name(), "Tide pack");
+  EXPECT_EQ(merge.Instruments()->Count(), 2);
+
+  MergeResult result = merge.MergeInstruments();
+  ASSERT_EQ(host->boxes.size(), 1u);
+  EXPECT_EQ(host->boxes[0].title, "Merge Instrument Extension");
+  EXPECT_EQ(host->boxes[0].icon, MsgIcon::Question);
+  EXPECT_EQ(host->boxes[0].buttons, MsgButtons::OKCancel);
+  EXPECT_EQ(host->boxes[0].text,
+            "New library extension modules detected...\r\n\r\n"
+            "New module = Tide pack: Tide and wave sensors\r\n"
+            "Version: 2.1\r\n"
+            "Provided by: Quay Instruments\r\n\r\n"
+            "\"Free for harbour use\"\r\n\r\n"
+            "Merge instruments into the library");
+  ASSERT_EQ(result.added.size(), 2u);
+  EXPECT_EQ(result.added[0].catCode, "TIDE");
+  EXPECT_TRUE(result.replaced.empty());
+  EXPECT_FALSE(result.cancelled);
+  EXPECT_EQ(TargetCodes(), (std::vector<std::string>{"TMP", "LVL", "RAIN", "TIDE", "WAVE"}));
+
+  // The set holds the target under its class name; the same merge again changes nothing.
+  EXPECT_EQ(libraries->Item("Test.Harbour")->Count(), 5);
+  host->boxes.clear();
+  result = merge.MergeInstruments();
+  EXPECT_TRUE(result.added.empty());
+  EXPECT_TRUE(host->boxes.empty());
+}
+
+TEST_F(MergeTest, StrictlyNewerVersionsReplaceAndMoveToTheEnd) {
+  ASSERT_TRUE(LoadMerge(std::string(kOlderLevel) + kSameRain + kNewerTemperature));
+  MergeResult result = merge.MergeInstruments();
+  EXPECT_EQ(host->boxes.size(), 1u);
+  ASSERT_EQ(result.replaced.size(), 1u);
+  EXPECT_EQ(result.replaced[0].catCode, "tmp");
+  EXPECT_FLOAT_EQ(result.replaced[0].oldVersion, 1.0f);
+  EXPECT_FLOAT_EQ(result.replaced[0].newVersion, 2.0f);
+  EXPECT_TRUE(result.added.empty());
+  EXPECT_EQ(TargetCodes(), (std::vector<std::string>{"LVL", "RAIN", "tmp"}));
+
+  XMLInstruments reread;
+  ASSERT_TRUE(reread.Load(targetPath));
+  EXPECT_EQ(reread.Item("TMP")->Name(), "Air temperature v2");
+  EXPECT_EQ(reread.Item("LVL")->Name(), "Tank level");   // lower version left alone
+  EXPECT_EQ(reread.Item("RAIN")->Name(), "Rain gauge");  // equal version left alone
+}
+
+TEST_F(MergeTest, ReplacementFollowsTheFoundInstrumentNotAStaleIndex) {
+  // Elements that carry an INDEX from an earlier session: it no longer fits their positions.
+  std::string target = kTarget;
+  target.replace(target.find("<VERSION>1</VERSION>"), 20, "<VERSION>1</VERSION><INDEX>2</INDEX>");
+  WriteFile(targetPath, target);
+  ASSERT_TRUE(LoadMerge(kNewerTemperature));
+  merge.MergeInstruments();
+  EXPECT_EQ(TargetCodes(), (std::vector<std::string>{"LVL", "RAIN", "tmp"}));
+}
+
+TEST_F(MergeTest, NothingToChangeSavesWithoutAsking) {
+  ASSERT_TRUE(LoadMerge(std::string(kOlderLevel) + kSameRain));
+  InstrumentsPtr target = libraries->Library("Test.Harbour");
+  ASSERT_NE(target, nullptr);
+  WriteFile(targetPath, "overwritten");  // the merge must write the library back
+
+  MergeResult result = merge.MergeInstruments();
+  EXPECT_TRUE(host->boxes.empty());
+  EXPECT_FALSE(result.asked);
+  EXPECT_TRUE(result.added.empty() && result.replaced.empty());
+  EXPECT_EQ(TargetCodes(), (std::vector<std::string>{"TMP", "LVL", "RAIN"}));
+}
+
+TEST_F(MergeTest, CancelLeavesTheTargetUnchangedAndUnsaved) {
+  ASSERT_TRUE(LoadMerge(std::string(kSameRain) + kNewTide + kNewerTemperature));
+  host->answer = MsgAnswer::Cancel;
+  const std::string before = ReadFile(targetPath);
+
+  MergeResult result = merge.MergeInstruments();
+  EXPECT_TRUE(result.cancelled);
+  EXPECT_EQ(host->boxes.size(), 1u);
+  EXPECT_TRUE(result.added.empty());
+  EXPECT_EQ(libraries->Item("Test.Harbour")->Count(), 3);
+  EXPECT_EQ(libraries->Item("Test.Harbour")->Item("TIDE"), nullptr);
+  EXPECT_EQ(ReadFile(targetPath), before);
+
+  // Any other answer goes ahead.
+  host->answer = MsgAnswer::Yes;
+  result = merge.MergeInstruments();
+  EXPECT_EQ(result.added.size(), 1u);
+  EXPECT_EQ(result.replaced.size(), 1u);
+}
+
+TEST_F(MergeTest, MergeFileLayoutsAndFailures) {
+  // Built from nothing: declaration, MERGEINSTRUMENTS, a nested empty library root.
+  XMLMergeInstruments built;
+  EXPECT_EQ(built.XMLNode().nodeName(), "MERGEINSTRUMENTS");
+  EXPECT_TRUE(built.XMLNode().selectSingleNode("PennardInstrumentLibrary") ==
+              built.Instruments()->XMLNode());
+  EXPECT_EQ(built.Version(), "1");
+  built.Version("0");
+  EXPECT_EQ(built.Version(), "0");
+  built.Version("");
+  EXPECT_FALSE(built.XMLNode().selectSingleNode("VERSION").isNull());
+  built.Target("Test.Harbour");
+  built.UserName("harbour master");
+  const std::string saved = TempDir() + "/built-merge.xml";
+  built.Save(saved);
+  EXPECT_EQ(ReadFile(saved).rfind(R"(<?xml version = "1.0" encoding="windows-1252"?>)", 0), 0u);
+
+  // Loaded: the instruments are MERGEINSTRUMENTS' own children.
+  XMLMergeInstruments loaded;
+  ASSERT_TRUE(loaded.Load(saved));
+  EXPECT_EQ(loaded.UserName(), "harbour master");
+  EXPECT_TRUE(loaded.Instruments()->XMLNode() == loaded.XMLNode());
+  EXPECT_FALSE(loaded.Load(WriteFile("not-merge.xml", "<PennardInstrumentLibrary/>")));
+  EXPECT_FALSE(loaded.Load(WriteFile("broken-merge.xml", "<MERGEINSTRUMENTS>")));
+  EXPECT_NE(loaded.ParseError().errorCode, 0);
+
+  // No library set, or a target that cannot be created: error 91, nothing asked.
+  ASSERT_TRUE(LoadMerge(kNewTide));
+  XMLMergeInstruments orphan;
+  orphan.Target("Test.Harbour");
+  EXPECT_THROW(orphan.MergeInstruments(), Error);
+  merge.Target("Nowhere.Library");
+  try {
+    merge.MergeInstruments();
+    ADD_FAILURE() << "merge into an uncreatable target";
+  } catch (const Error& error) {
+    EXPECT_EQ(error.number(), err::kObjectNotSet);
+  }
+  EXPECT_TRUE(host->boxes.empty());
+}
+
+}  // namespace
+}  // namespace corvale
