@@ -42,7 +42,10 @@ void PrintUsage(std::ostream& out) {
          "       corvale --help | --version\n"
          "       corvale COMMAND --help\n\ncommands:\n";
   for (const Command& command : kCommands) {
-    out << "  " << command.name << " " << command.help << "\n";
+    std::string_view help = command.help;
+    const size_t gap = help.find("  ");
+    out << "  " << command.name << " " << help.substr(0, gap) << "\n";
+    if (gap != std::string_view::npos) out << "      " << help.substr(gap + 2) << "\n";
   }
 }
 

@@ -88,7 +88,7 @@ TEST(CheckCommand, UsageErrorsHelpAndVersion) {
 
   Outcome help = Corvale({"--help"});
   EXPECT_EQ(help.status, 0);
-  EXPECT_TRUE(std::regex_search(help.out, std::regex("\n  check FILE\\.\\.\\. ")));
+  EXPECT_TRUE(std::regex_search(help.out, std::regex("\n  check FILE\\.\\.\\.\n      load ")));
   Outcome checkHelp = Corvale({"check", "--help"});
   EXPECT_EQ(checkHelp.status, 0);
   EXPECT_EQ(checkHelp.out.rfind("usage: corvale check FILE...\n", 0), 0u) << checkHelp.out;
