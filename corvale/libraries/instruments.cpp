@@ -1,18 +1,15 @@
 #include "corvale/libraries/instruments.h"
 
-namespace corvale {
+#include "corvale/instruments/index_arg.h"
 
-Index IndexArgument(const Variant& value) {
-  if (value.IsString()) return Index(value.ToString());
-  return Index(value.ToInt32());
-}
+namespace corvale {
 
 Variant IInstruments::Invoke(std::string_view member, const Args& args) {
   using M = MemberTable<IInstruments>;
   auto indexed = [](InstrumentPtr (IInstruments::*get)(const Index&)) {
     return [get](IInstruments& self, const Args& a) -> Variant {
       ExpectArgs(a, 1);
-      return Variant((self.*get)(IndexArgument(a[0])));
+      return Variant((self.*get)(IndexArg(a[0])));
     };
   };
   auto withFile = [](bool (IInstruments::*op)(const std::string&)) {
@@ -41,7 +38,7 @@ Variant IInstruments::Invoke(std::string_view member, const Args& args) {
       {"Remove",
        [](IInstruments& self, const Args& a) -> Variant {
          ExpectArgs(a, 1);
-         self.Remove(IndexArgument(a[0]));
+         self.Remove(IndexArg(a[0]));
          return {};
        }},
       {"Load", withFile(&IInstruments::Load)},

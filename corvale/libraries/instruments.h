@@ -54,9 +54,6 @@ class IInstruments : public Object {
   Variant Invoke(std::string_view member, const Args& args = {}) override;
 };
 
-// An Invoke argument as a position (a number) or a key (text).
-Index IndexArgument(const Variant& value);
-
 using InstrumentsPtr = std::shared_ptr<IInstruments>;
 
 }  // namespace corvale

@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "corvale/core/registry.h"
+#include "corvale/instruments/index_arg.h"
 
 namespace corvale {
 
@@ -64,7 +65,7 @@ Variant clsLibraries::Invoke(std::string_view member, const Args& args) {
       {"Item",
        [](clsLibraries& self, const Args& a) -> Variant {
          ExpectArgs(a, 1);
-         return Variant(self.Item(IndexArgument(a[0])));
+         return Variant(self.Item(IndexArg(a[0])));
        }},
       {"Library",
        [](clsLibraries& self, const Args& a) -> Variant {
@@ -81,7 +82,7 @@ Variant clsLibraries::Invoke(std::string_view member, const Args& args) {
       {"Remove",
        [](clsLibraries& self, const Args& a) -> Variant {
          ExpectArgs(a, 1);
-         self.Remove(IndexArgument(a[0]));
+         self.Remove(IndexArg(a[0]));
          return {};
        }},
       {"Clear", M::Method(&clsLibraries::Clear)},
