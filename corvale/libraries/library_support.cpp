@@ -100,7 +100,8 @@ std::string ResolvePathNoCase(std::string_view path) {
 PicturePtr LibraryIcon(std::string_view iconSource, std::string_view libraryFile) {
   try {
     const std::string upper = UpperCase(iconSource);
-    if (WildcardMatch(upper, "*:\\*.ICO")) {
+    // A drive-qualified path, or an absolute path of this system, names the file itself.
+    if (WildcardMatch(upper, "*:\\*.ICO") || WildcardMatch(upper, "/*.ICO")) {
       return Host().LoadIcon(ResolvePathNoCase(upper), "");
     }
     if (WildcardMatch(upper, "*.ICO")) {

@@ -36,7 +36,8 @@ std::string FolderOf(std::string_view path);
 std::string ResolvePathNoCase(std::string_view path);
 
 // The library icon for an ICONSOURCE text, the library file being libraryFile:
-// "X:\...\NAME.ICO" loads that file, "NAME.ICO" loads it from the library file's folder,
+// "X:\...\NAME.ICO" (or "/.../NAME.ICO") loads that file, "NAME.ICO" loads it from the
+// library file's folder,
 // "" loads the component's icon "XML", any other text the component's icon of that name
 // (all upper-cased). Any failure gives null.
 PicturePtr LibraryIcon(std::string_view iconSource, std::string_view libraryFile);

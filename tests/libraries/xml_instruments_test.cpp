@@ -324,6 +324,10 @@ TEST_F(XmlInstrumentsTest, IconRuleAsksTheHostForTheRightIcon) {
   EXPECT_EQ(requests(), (std::vector<Request>{{folder + "/Pictures/Pump.Ico", ""}}));
   EXPECT_EQ(library.IconSource(), "pictures\\pump.ico");
 
+  // An absolute path of this system is taken as it stands, found whatever its case.
+  library.IconSource(folder + "/pictures/pump.ico");
+  EXPECT_EQ(requests(), (std::vector<Request>{{folder + "/Pictures/Pump.Ico", ""}}));
+
   // Failures give no icon and fail nothing.
   host->iconsFail = true;
   library.IconSource("missing.ico");
