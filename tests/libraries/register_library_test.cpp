@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "tests/libraries/library_test_host.h"
+#include "tests/libraries/library_test_support.h"
 
 namespace corvale {
 namespace {

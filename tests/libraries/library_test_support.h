@@ -1,8 +1,10 @@
-// A host for the library tests: records icon requests and message boxes, answers them as told,
-// and keeps settings in memory.
+// Helpers of the library tests: a host that records icon requests and message boxes, answers
+// them as told and keeps settings in memory; a new standard instrument; an error's number.
 #pragma once
 
+#include <functional>
 #include <map>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <tuple>
@@ -11,6 +13,8 @@
 #include "corvale/core/convert.h"
 #include "corvale/core/error.h"
 #include "corvale/core/host.h"
+#include "corvale/core/registry.h"
+#include "corvale/instruments/instrument.h"
 
 namespace corvale::test {
 
@@ -57,5 +61,23 @@ class LibraryTestHost : public HostServices {
     return std::string(app) + "|" + std::string(section);
   }
 };
+
+inline InstrumentPtr NewInstrument(const std::string& catCode, const std::string& name = "") {
+  auto instrument =
+      std::dynamic_pointer_cast<IInstrument>(CreateObject("Corvale2.clsStdInstrument"));
+  instrument->CatCode(catCode);
+  if (!name.empty()) instrument->Name(name);
+  return instrument;
+}
+
+// The number of the Error that a call raises; 0 when it raises none.
+inline int ErrorNumber(const std::function<void()>& call) {
+  try {
+    call();
+  } catch (const Error& error) {
+    return error.number();
+  }
+  return 0;
+}
 
 }  // namespace corvale::test
