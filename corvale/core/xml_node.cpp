@@ -2,6 +2,7 @@
 
 #include <cstdlib>
 #include <new>
+#include <stdexcept>
 
 namespace corvale::xml {
 
@@ -16,10 +17,46 @@ struct NameTable {
 };
 NameTable* g_names = nullptr;
 
+uint64_t Load8(const char* p) {
+  uint64_t v;
+  std::memcpy(&v, p, 8);
+  return v;
+}
+uint32_t Load4(const char* p) {
+  uint32_t v;
+  std::memcpy(&v, p, 4);
+  return v;
+}
+__extension__ typedef unsigned __int128 Wide;
+uint64_t Mix(uint64_t a, uint64_t b) {
+  Wide r = static_cast<Wide>(a) * b;
+  return static_cast<uint64_t>(r) ^ static_cast<uint64_t>(r >> 64);
+}
+
+// Names are short: a few word loads and one multiply instead of a loop over the bytes.
 uint32_t HashName(std::string_view s) {
-  uint32_t h = 2166136261u;
-  for (unsigned char c : s) h = (h ^ c) * 16777619u;
-  return h;
+  const char* p = s.data();
+  size_t n = s.size();
+  uint64_t a = 0, b = 0, seed = 0x9E3779B97F4A7C15ull ^ n;
+  if (n > 16) {
+    size_t i = 0;
+    for (; i + 16 < n; i += 16)
+      seed = Mix(Load8(p + i) ^ 0xA0761D6478BD642Full, Load8(p + i + 8) ^ seed);
+    a = Load8(p + n - 16);
+    b = Load8(p + n - 8);
+  } else if (n >= 8) {
+    a = Load8(p);
+    b = Load8(p + n - 8);
+  } else if (n >= 4) {
+    a = Load4(p);
+    b = Load4(p + n - 4);
+  } else if (n > 0) {
+    a = static_cast<uint64_t>(static_cast<unsigned char>(p[0])) << 16 |
+        static_cast<uint64_t>(static_cast<unsigned char>(p[n >> 1])) << 8 |
+        static_cast<unsigned char>(p[n - 1]);
+  }
+  uint64_t h = Mix(a ^ 0xA0761D6478BD642Full, b ^ seed);
+  return static_cast<uint32_t>(h ^ (h >> 32));
 }
 
 void GrowNames() {
@@ -45,32 +82,46 @@ const Name* FindName(std::string_view s) {
   for (uint32_t i = h & g_names->mask;; i = (i + 1) & g_names->mask) {
     const Name* n = g_names->slots[i];
     if (!n) return nullptr;
-    if (n->hash == h && n->view() == s) return n;
+    if (n->hash == h && n->size == s.size() && std::memcmp(n->data, s.data(), s.size()) == 0) {
+      return n;
+    }
   }
 }
 
-const Name* Intern(std::string_view s) {
-  if (!g_names) {
-    g_names = new NameTable{nullptr, 0, 0};
-    GrowNames();
-  }
-  uint32_t h = HashName(s);
-  uint32_t i = h & g_names->mask;
-  for (;; i = (i + 1) & g_names->mask) {
-    const Name* n = g_names->slots[i];
-    if (!n) break;
-    if (n->hash == h && n->view() == s) return n;
-  }
+namespace {
+const Name* Insert(std::string_view s, uint32_t h, uint32_t i) {
   auto* n = static_cast<Name*>(std::malloc(sizeof(Name) + s.size()));
   if (!n) throw std::bad_alloc();
   n->size = static_cast<uint32_t>(s.size());
   n->hash = h;
+  n->nextHint = n->childHint = nullptr;
   std::memcpy(n->data, s.data(), s.size());
   n->data[s.size()] = '\0';
   g_names->slots[i] = n;
   if (++g_names->count * 2 > g_names->mask) GrowNames();
   return n;
 }
+
+void InitNames() {
+  g_names = new NameTable{nullptr, 0, 0};
+  GrowNames();
+}
+}  // namespace
+
+const Name* Intern(std::string_view s) {
+  if (!g_names) InitNames();
+  uint32_t h = HashName(s);
+  uint32_t i = h & g_names->mask;
+  for (;; i = (i + 1) & g_names->mask) {
+    const Name* n = g_names->slots[i];
+    if (!n) return Insert(s, h, i);
+    if (n->hash == h && n->size == s.size() && std::memcmp(n->data, s.data(), s.size()) == 0) {
+      return n;
+    }
+  }
+}
+
+const Name* Intern(const char* s) { return Intern(std::string_view(s)); }
 
 bool IsValidName(std::string_view name) {
   if (name.empty()) return false;
@@ -84,32 +135,11 @@ bool IsValidName(std::string_view name) {
   return true;
 }
 
-// ---- Text storage --------------------------------------------------------------------------
-void Str::assign(std::string_view text) {
-  reset();
-  if (text.size() <= kInline) {
-    std::memcpy(b_, text.data(), text.size());
-    b_[kInline] = static_cast<char>(text.size());
-    return;
-  }
-  auto* p = static_cast<char*>(std::malloc(text.size()));
-  if (!p) throw std::bad_alloc();
-  std::memcpy(p, text.data(), text.size());
-  auto n = static_cast<uint32_t>(text.size());
-  std::memcpy(b_, &p, sizeof p);
-  std::memcpy(b_ + sizeof p, &n, sizeof n);
-  b_[kInline] = static_cast<char>(kHeap);
-}
-
-void Str::reset() {
-  if (onHeap()) std::free(const_cast<char*>(data()));
-  init();
-}
-
-// ---- Node pool -----------------------------------------------------------------------------
-// Nodes come from 64 KiB slabs with a free list: no per-node allocator overhead, and the
-// nodes of one document lie close together. Slabs are kept for reuse. Under AddressSanitizer
-// each node is its own allocation so that use-after-free is still caught.
+// ---- Pools ---------------------------------------------------------------------------------
+// Nodes and texts up to 256 bytes come from 64 KiB slabs with one free list per block size:
+// no per-block allocator overhead, and a document's nodes lie close together. Slabs are kept
+// for reuse. Under AddressSanitizer every block is its own allocation so that
+// use-after-free is still caught.
 namespace {
 #if defined(__SANITIZE_ADDRESS__)
 #define CORVALE_XML_NO_POOL 1
@@ -119,55 +149,112 @@ namespace {
 #endif
 #endif
 
-#ifndef CORVALE_XML_NO_POOL
 struct FreeBlock {
   FreeBlock* next;
 };
 struct Slab {
   Slab* next;
+  void* align;
 };
-FreeBlock* g_free = nullptr;
+
+struct Pool {
+  size_t blockSize;
+  FreeBlock* free;
+};
+// Slabs stay reachable through this plain pointer for leak checkers.
 Slab* g_slabs = nullptr;
 constexpr size_t kSlabBytes = 64 * 1024;
 
-void Refill() {
+void Refill(Pool& pool) {
   auto* slab = static_cast<Slab*>(std::malloc(kSlabBytes));
   if (!slab) throw std::bad_alloc();
   slab->next = g_slabs;
   g_slabs = slab;
-  constexpr size_t kHeader =
-      (sizeof(Slab) + alignof(NodeImpl) - 1) / alignof(NodeImpl) * alignof(NodeImpl);
-  char* base = reinterpret_cast<char*>(slab) + kHeader;
-  size_t count = (kSlabBytes - kHeader) / sizeof(NodeImpl);
+  char* base = reinterpret_cast<char*>(slab + 1);
+  size_t count = (kSlabBytes - sizeof(Slab)) / pool.blockSize;
   for (size_t i = count; i-- > 0;) {
-    auto* b = reinterpret_cast<FreeBlock*>(base + i * sizeof(NodeImpl));
-    b->next = g_free;
-    g_free = b;
+    auto* b = reinterpret_cast<FreeBlock*>(base + i * pool.blockSize);
+    b->next = pool.free;
+    pool.free = b;
   }
 }
-#endif
 
-void* AllocNode() {
+inline void* Take(Pool& pool) {
 #ifdef CORVALE_XML_NO_POOL
-  return ::operator new(sizeof(NodeImpl));
+  return ::operator new(pool.blockSize);
 #else
-  if (!g_free) Refill();
-  FreeBlock* b = g_free;
-  g_free = b->next;
+  if (!pool.free) Refill(pool);
+  FreeBlock* b = pool.free;
+  pool.free = b->next;
   return b;
 #endif
 }
 
-void FreeNode(NodeImpl* n) {
+inline void Give(Pool& pool, void* p) {
 #ifdef CORVALE_XML_NO_POOL
-  ::operator delete(n);
+  (void)pool;
+  ::operator delete(p);
 #else
-  auto* b = reinterpret_cast<FreeBlock*>(n);
-  b->next = g_free;
-  g_free = b;
+  auto* b = static_cast<FreeBlock*>(p);
+  b->next = pool.free;
+  pool.free = b;
 #endif
 }
 
+static_assert(sizeof(NodeImpl) % alignof(NodeImpl) == 0);
+Pool g_nodes{sizeof(NodeImpl), nullptr};
+Pool g_texts[4] = {{32, nullptr}, {64, nullptr}, {128, nullptr}, {256, nullptr}};
+
+Pool* TextPool(size_t size) {
+  if (size <= 32) return &g_texts[0];
+  if (size <= 64) return &g_texts[1];
+  if (size <= 128) return &g_texts[2];
+  if (size <= 256) return &g_texts[3];
+  return nullptr;
+}
+
+char* AllocText(size_t size) {
+  if (Pool* pool = TextPool(size)) return static_cast<char*>(Take(*pool));
+  auto* p = static_cast<char*>(std::malloc(size));
+  if (!p) throw std::bad_alloc();
+  return p;
+}
+
+void FreeText(char* p, size_t size) {
+  if (Pool* pool = TextPool(size)) return Give(*pool, p);
+  std::free(p);
+}
+
+void* AllocNode() { return Take(g_nodes); }
+void FreeNode(NodeImpl* n) { Give(g_nodes, n); }
+}  // namespace
+
+// ---- Text storage --------------------------------------------------------------------------
+void Str::assign(std::string_view text) {
+  // Built aside first: text may lie in this very storage.
+  char fresh[sizeof b_];
+  if (text.size() <= kInline) {
+    std::memcpy(fresh, text.data(), text.size());
+    fresh[kInline] = static_cast<char>(text.size());
+  } else {
+    if (text.size() > UINT32_MAX) throw std::length_error("XML text too long");
+    char* p = AllocText(text.size());
+    std::memcpy(p, text.data(), text.size());
+    auto n = static_cast<uint32_t>(text.size());
+    std::memcpy(fresh, &p, sizeof p);
+    std::memcpy(fresh + sizeof p, &n, sizeof n);
+    fresh[kInline] = static_cast<char>(kHeap);
+  }
+  reset();
+  std::memcpy(b_, fresh, sizeof b_);
+}
+
+void Str::reset() {
+  if (onHeap()) FreeText(const_cast<char*>(data()), size());
+  init();
+}
+
+namespace {
 void FreeNodeData(NodeImpl* n) {
   n->value.reset();
   if (n->type == NodeType::Element) {

@@ -21,10 +21,16 @@ namespace corvale::xml {
 struct Name {
   uint32_t size;
   uint32_t hash;
-  char data[1];  // size bytes follow
+  // Parse-time guesses: the name that last followed an element of this name as its next
+  // sibling, and as its first child. Documents repeat their shapes, so most guesses hold and
+  // the parser skips the hash lookup.
+  mutable const Name* nextHint;
+  mutable const Name* childHint;
+  char data[1];  // size bytes follow, then a NUL
   std::string_view view() const { return {data, size}; }
 };
 const Name* Intern(std::string_view name);
+const Name* Intern(const char* name);         // NUL-terminated
 const Name* FindName(std::string_view name);  // null when never interned
 
 // Text storage: up to 15 bytes inline, longer text in one heap block. Trivially copyable

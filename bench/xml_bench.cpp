@@ -1,0 +1,274 @@
+// Speed (CPU time: the machine is shared) and memory of the XML tree on a generated instrument
+// library of about 20 MB, with libxml2, pugixml and expat alone (no tree) loading the same bytes
+// for comparison.
+#include <benchmark/benchmark.h>
+#include <expat.h>
+#include <libxml/parser.h>
+#include <libxml/tree.h>
+#include <malloc.h>
+
+#include <cstdio>
+#include <map>
+#include <memory>
+#include <pugixml.hpp>
+#include <string>
+
+#include "bench/library_generator.h"
+#include "corvale/core/xml.h"
+
+namespace {
+
+using corvale::xml::Document;
+using corvale::xml::Node;
+
+constexpr int kInstruments = 10000;
+
+const std::string& Library() {
+  static const std::string bytes = corvale::bench::GenerateLibraryXml(kInstruments);
+  return bytes;
+}
+
+void SetBytes(benchmark::State& state, size_t bytes) {
+  state.SetBytesProcessed(static_cast<int64_t>(state.iterations()) * static_cast<int64_t>(bytes));
+}
+
+// The same library declared and encoded as UTF-8.
+const std::string& LibraryUtf8() {
+  static const std::string bytes = [] {
+    Document doc = Document::create();
+    doc.loadXML(Library());
+    doc.firstChild().nodeValue("version=\"1.0\" encoding=\"UTF-8\"");
+    return doc.saveToString();
+  }();
+  return bytes;
+}
+
+Document LoadedLibrary() {
+  Document doc = Document::create();
+  if (!doc.loadXML(Library())) {
+    std::fprintf(stderr, "load failed: %s\n", doc.parseError().reason.c_str());
+    std::abort();
+  }
+  return doc;
+}
+
+void BM_LoadCorvale(benchmark::State& state) {
+  for (auto _ : state) {
+    Document doc = Document::create();
+    if (!doc.loadXML(Library())) state.SkipWithError("load failed");
+    state.PauseTiming();
+    doc = Document();
+    state.ResumeTiming();
+  }
+  SetBytes(state, Library().size());
+}
+
+void BM_LoadLibxml2(benchmark::State& state) {
+  for (auto _ : state) {
+    xmlDocPtr doc = xmlReadMemory(Library().data(), static_cast<int>(Library().size()),
+                                  "library.xml", nullptr, XML_PARSE_NONET);
+    if (!doc) state.SkipWithError("libxml2 load failed");
+    state.PauseTiming();
+    xmlFreeDoc(doc);
+    state.ResumeTiming();
+  }
+  SetBytes(state, Library().size());
+}
+
+void BM_LoadPugixml(benchmark::State& state) {
+  for (auto _ : state) {
+    pugi::xml_document doc;
+    // pugixml has no windows-1252; ISO-8859-1 is the nearest it converts.
+    auto result =
+        doc.load_buffer(Library().data(), Library().size(),
+                        pugi::parse_default | pugi::parse_declaration, pugi::encoding_latin1);
+    if (!result) state.SkipWithError("pugixml load failed");
+    state.PauseTiming();
+    doc.reset();
+    state.ResumeTiming();
+  }
+  SetBytes(state, Library().size());
+}
+
+int XMLCALL AnyEncoding(void*, const XML_Char*, XML_Encoding* info) {
+  for (int b = 0; b < 256; ++b) info->map[b] = b;
+  info->data = nullptr;
+  info->convert = nullptr;
+  info->release = nullptr;
+  return XML_STATUS_OK;
+}
+void XMLCALL NoStart(void*, const XML_Char*, const XML_Char**) {}
+void XMLCALL NoEnd(void*, const XML_Char*) {}
+void XMLCALL NoText(void*, const XML_Char*, int) {}
+
+void BM_LoadExpatOnly(benchmark::State& state) {
+  for (auto _ : state) {
+    XML_Parser p = XML_ParserCreate(nullptr);
+    XML_SetUnknownEncodingHandler(p, AnyEncoding, nullptr);
+    XML_SetElementHandler(p, NoStart, NoEnd);
+    XML_SetCharacterDataHandler(p, NoText);
+    if (XML_Parse(p, Library().data(), static_cast<int>(Library().size()), 1) != XML_STATUS_OK) {
+      state.SkipWithError("expat failed");
+    }
+    XML_ParserFree(p);
+  }
+  SetBytes(state, Library().size());
+}
+
+void BM_LoadCorvaleUtf8(benchmark::State& state) {
+  for (auto _ : state) {
+    Document doc = Document::create();
+    if (!doc.loadXML(LibraryUtf8())) state.SkipWithError("load failed");
+    state.PauseTiming();
+    doc = Document();
+    state.ResumeTiming();
+  }
+  SetBytes(state, LibraryUtf8().size());
+}
+
+void BM_LoadExpatOnlyUtf8(benchmark::State& state) {
+  for (auto _ : state) {
+    XML_Parser p = XML_ParserCreate(nullptr);
+    XML_SetElementHandler(p, NoStart, NoEnd);
+    XML_SetCharacterDataHandler(p, NoText);
+    if (XML_Parse(p, LibraryUtf8().data(), static_cast<int>(LibraryUtf8().size()), 1) !=
+        XML_STATUS_OK) {
+      state.SkipWithError("expat failed");
+    }
+    XML_ParserFree(p);
+  }
+  SetBytes(state, LibraryUtf8().size());
+}
+
+void BM_SaveCorvale(benchmark::State& state) {
+  Document doc = LoadedLibrary();
+  size_t size = 0;
+  for (auto _ : state) {
+    std::string out = doc.saveToString();
+    size = out.size();
+    benchmark::DoNotOptimize(out.data());
+  }
+  SetBytes(state, size);
+}
+
+void BM_SaveCorvaleFile(benchmark::State& state) {
+  Document doc = LoadedLibrary();
+  std::string path = "/tmp/corvale_xml_bench.xml";
+  for (auto _ : state) doc.save(path);
+  std::remove(path.c_str());
+  SetBytes(state, Library().size());
+}
+
+void BM_CloneCorvale(benchmark::State& state) {
+  Document doc = LoadedLibrary();
+  Node root = doc.documentElement();
+  for (auto _ : state) {
+    Node copy = root.cloneNode(true);
+    state.PauseTiming();
+    copy = Node();
+    state.ResumeTiming();
+  }
+  SetBytes(state, Library().size());
+}
+
+void BM_DestroyCorvale(benchmark::State& state) {
+  for (auto _ : state) {
+    state.PauseTiming();
+    Document doc = LoadedLibrary();
+    state.ResumeTiming();
+    doc = Document();
+  }
+  SetBytes(state, Library().size());
+}
+
+BENCHMARK(BM_LoadCorvale)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_LoadLibxml2)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_LoadPugixml)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_LoadExpatOnly)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_LoadCorvaleUtf8)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_LoadExpatOnlyUtf8)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_SaveCorvale)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_SaveCorvaleFile)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_CloneCorvale)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_DestroyCorvale)->Unit(benchmark::kMillisecond);
+
+// Heap bytes in use: the small-block arena plus mmap'ed blocks.
+size_t HeapInUse() {
+  struct mallinfo2 m = mallinfo2();
+  return m.uordblks + m.hblkhd;
+}
+
+template <typename F>
+size_t TreeBytes(F&& load) {
+  malloc_trim(0);
+  size_t before = HeapInUse();
+  auto keep = load();
+  size_t after = HeapInUse();
+  return after > before ? after - before : 0;
+}
+
+class Collector : public benchmark::ConsoleReporter {
+ public:
+  void ReportRuns(const std::vector<Run>& runs) override {
+    ConsoleReporter::ReportRuns(runs);
+    for (const Run& run : runs) ms[run.benchmark_name()] = run.GetAdjustedCPUTime();
+  }
+  std::map<std::string, double> ms;
+};
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  const std::string& bytes = Library();
+  double mb = static_cast<double>(bytes.size()) / 1e6;
+  std::printf("library: %d instruments, %.1f MB\n", kInstruments, mb);
+
+  // Memory first, before the benchmarks leave freed blocks behind.
+  size_t ours = TreeBytes([] { return LoadedLibrary(); });
+  size_t pugi = TreeBytes([&] {
+    auto doc = std::make_unique<pugi::xml_document>();
+    doc->load_buffer(bytes.data(), bytes.size(), pugi::parse_default, pugi::encoding_latin1);
+    return doc;
+  });
+  size_t libxml = TreeBytes([&] {
+    auto deleter = [](xmlDoc* d) { xmlFreeDoc(d); };
+    return std::unique_ptr<xmlDoc, decltype(deleter)>(
+        xmlReadMemory(bytes.data(), static_cast<int>(bytes.size()), "library.xml", nullptr,
+                      XML_PARSE_NONET),
+        deleter);
+  });
+
+  benchmark::Initialize(&argc, argv);
+  Collector collector;
+  benchmark::RunSpecifiedBenchmarks(&collector);
+  benchmark::Shutdown();
+
+  auto rate = [&](const char* name) {
+    auto it = collector.ms.find(name);
+    return it == collector.ms.end() || it->second <= 0 ? 0.0 : mb / (it->second / 1000.0);
+  };
+  double load = rate("BM_LoadCorvale");
+  std::printf("\nsummary (MB/s of the %.1f MB file)\n", mb);
+  std::printf("  load      %8.1f\n", load);
+  if (double r = rate("BM_LoadLibxml2"))
+    std::printf("  libxml2   %8.1f  ours %.2fx as fast (target >= 1.5x)\n", r, load / r);
+  if (double r = rate("BM_LoadPugixml"))
+    std::printf("  pugixml   %8.1f  ours %.2fx as fast (target >= 0.33x)\n", r, load / r);
+  if (double r = rate("BM_LoadExpatOnly"))
+    std::printf("  expat     %8.1f  ours %.2fx as fast (no tree)\n", r, load / r);
+  if (double r = rate("BM_LoadCorvaleUtf8")) std::printf("  load UTF-8 %7.1f\n", r);
+  if (double r = rate("BM_LoadExpatOnlyUtf8")) std::printf("  expat UTF-8 %6.1f  (no tree)\n", r);
+  if (double r = rate("BM_SaveCorvale"))
+    std::printf("  save      %8.1f  %.2fx the load rate (target >= 1x)\n", r, load ? r / load : 0);
+  if (double r = rate("BM_SaveCorvaleFile")) std::printf("  save file %8.1f  (with fsync)\n", r);
+  if (double r = rate("BM_CloneCorvale")) std::printf("  clone     %8.1f\n", r);
+  if (double r = rate("BM_DestroyCorvale")) std::printf("  destroy   %8.1f\n", r);
+  std::printf("memory of the loaded tree (file %.1f MB)\n", mb);
+  std::printf("  ours      %8.1f MB  %.2fx the file (target <= 3x)\n", ours / 1e6,
+              static_cast<double>(ours) / bytes.size());
+  std::printf("  pugixml   %8.1f MB  %.2fx\n", pugi / 1e6,
+              static_cast<double>(pugi) / bytes.size());
+  std::printf("  libxml2   %8.1f MB  %.2fx\n", libxml / 1e6,
+              static_cast<double>(libxml) / bytes.size());
+  return 0;
+}
