@@ -161,6 +161,7 @@ struct Pool {
   size_t blockSize;
   FreeBlock* free;
 };
+#ifndef CORVALE_XML_NO_POOL
 // Slabs stay reachable through this plain pointer for leak checkers.
 Slab* g_slabs = nullptr;
 constexpr size_t kSlabBytes = 64 * 1024;
@@ -178,6 +179,7 @@ void Refill(Pool& pool) {
     pool.free = b;
   }
 }
+#endif
 
 inline void* Take(Pool& pool) {
 #ifdef CORVALE_XML_NO_POOL

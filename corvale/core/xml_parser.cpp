@@ -32,7 +32,10 @@ int XMLCALL UnknownEncoding(void*, const XML_Char* name, XML_Encoding* info) {
 
 // The single-byte code page that the document's declaration names, if any.
 const SingleByteCodec* DeclaredCodec(std::string_view bytes) {
-  if (bytes.substr(0, 5) != "<?xml") return nullptr;
+  if (bytes.size() < 6 || bytes.substr(0, 5) != "<?xml" ||
+      (bytes[5] != ' ' && bytes[5] != '\t' && bytes[5] != '\r' && bytes[5] != '\n')) {
+    return nullptr;
+  }
   size_t end = bytes.find("?>");
   if (end == std::string_view::npos || end > 1024) return nullptr;
   std::string name = DeclaredEncoding(bytes.substr(5, end - 5));

@@ -196,6 +196,27 @@ TEST(XmlDocument, IndentationDropsOnlyIndentationAndIsStable) {
   EXPECT_EQ(test::ReadFile(path), saved);
 }
 
+TEST(XmlDocument, SampleLibraryFileSavesToTheSameBytes) {
+  std::string source = test::DataPath("xml/library_cp1252.xml");
+  Document doc = Document::create();
+  ASSERT_TRUE(doc.load(source)) << doc.parseError().reason;
+  Node inst = doc.documentElement().selectSingleNode("INSTRUMENT");
+  EXPECT_EQ(inst.selectSingleNode("DESCRIPTION").text(),
+            "Thermistor probe, \xE2\x88\x92"
+            "40 \xE2\x80\xA6 +70 \xC2\xB0"
+            "C; r\xC3\xA9ponse 150 "
+            "\xC2\xB5s \xE2\x80\x93 \xE2\x80\x9Cshielded\xE2\x80\x9D");
+  EXPECT_EQ(inst.selectSingleNode("INPCODE").text(),
+            ".if pass==INIT_PASS\\n  AIN ch0 & ch1\\n  IF x < 3 THEN y=1\\n.endif");
+  EXPECT_EQ(inst.selectSingleNode("SETUP").getAttribute("RANGE"),
+            "\xC2\xB1"
+            "2.5 V");
+  EXPECT_EQ(inst.selectSingleNode("CHANNELS/CHANNEL/NOTE").text(), "Mixed bold text, kept inline");
+  std::string copy = test::TempDir() + "/library_copy.xml";
+  doc.save(copy);
+  EXPECT_EQ(test::ReadFile(copy), test::ReadFile(source));
+}
+
 TEST(XmlDocument, ParseErrorFieldsAndDocumentUnchanged) {
   Document doc = Loaded("<A><B>keep</B></A>");
   std::string path = test::WriteFile("broken.xml", "<A>\n  <B>text</C>\n</A>\n");
