@@ -124,7 +124,9 @@ class Document : public Node {
 
   // The encoding named by the "xml" declaration, "UTF-8" when there is none.
   std::string encoding() const;
-  // The bytes a save writes: the declared encoding, indented one element per line.
+  // The bytes a save writes: the declared encoding, indented one element per line (two
+  // blanks a level; elements holding text are written inline), lines ending in CRLF, also
+  // inside text. Characters the encoding cannot hold become character references.
   std::string saveToString() const;
   // Atomic save (temporary file beside the target, then rename); raises corvale::Error.
   void save(const std::string& path) const;

@@ -136,7 +136,7 @@ bool IsValidName(std::string_view name) {
 }
 
 // ---- Pools ---------------------------------------------------------------------------------
-// Nodes and texts up to 256 bytes come from 64 KiB slabs with one free list per block size:
+// Nodes and texts up to 1 KiB come from 64 KiB slabs with one free list per block size:
 // no per-block allocator overhead, and a document's nodes lie close together. Slabs are kept
 // for reuse. Under AddressSanitizer every block is its own allocation so that
 // use-after-free is still caught.
@@ -205,13 +205,16 @@ inline void Give(Pool& pool, void* p) {
 
 static_assert(sizeof(NodeImpl) % alignof(NodeImpl) == 0);
 Pool g_nodes{sizeof(NodeImpl), nullptr};
-Pool g_texts[4] = {{32, nullptr}, {64, nullptr}, {128, nullptr}, {256, nullptr}};
+Pool g_texts[6] = {{32, nullptr},  {64, nullptr},  {128, nullptr},
+                   {256, nullptr}, {512, nullptr}, {1024, nullptr}};
 
 Pool* TextPool(size_t size) {
   if (size <= 32) return &g_texts[0];
   if (size <= 64) return &g_texts[1];
   if (size <= 128) return &g_texts[2];
   if (size <= 256) return &g_texts[3];
+  if (size <= 512) return &g_texts[4];
+  if (size <= 1024) return &g_texts[5];
   return nullptr;
 }
 
@@ -232,7 +235,7 @@ void FreeNode(NodeImpl* n) { Give(g_nodes, n); }
 }  // namespace
 
 // ---- Text storage --------------------------------------------------------------------------
-void Str::assign(std::string_view text) {
+void Str::assignSlow(std::string_view text) {
   // Built aside first: text may lie in this very storage.
   char fresh[sizeof b_];
   if (text.size() <= kInline) {
@@ -251,10 +254,7 @@ void Str::assign(std::string_view text) {
   std::memcpy(b_, fresh, sizeof b_);
 }
 
-void Str::reset() {
-  if (onHeap()) FreeText(const_cast<char*>(data()), size());
-  init();
-}
+void Str::freeHeap() { FreeText(const_cast<char*>(data()), size()); }
 
 namespace {
 void FreeNodeData(NodeImpl* n) {

@@ -55,8 +55,15 @@ class Str {
     return p;
   }
   std::string_view view() const { return {data(), size()}; }
-  void assign(std::string_view text);
-  void reset();
+  void assign(std::string_view text) {
+    if (text.size() > kInline || onHeap()) return assignSlow(text);
+    std::memmove(b_, text.data(), text.size());
+    b_[kInline] = static_cast<char>(text.size());
+  }
+  void reset() {
+    if (onHeap()) freeHeap();
+    init();
+  }
   // Moves the text out of other, which becomes empty.
   void take(Str& other) {
     reset();
@@ -65,6 +72,8 @@ class Str {
   }
 
  private:
+  void assignSlow(std::string_view text);
+  void freeHeap();
   static constexpr unsigned char kHeap = 0xFF;
   char b_[16];
 };
