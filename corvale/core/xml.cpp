@@ -36,8 +36,14 @@ bool CanHaveChildren(const NodeImpl* n) {
   return n->type == NodeType::Element || n->type == NodeType::Document;
 }
 
-// Checks that child may go under parent, raising error 5 otherwise.
-void CheckInsert(NodeImpl* parent, NodeImpl* child) {
+bool IsDeclaration(const NodeImpl* n) {
+  if (n->type != NodeType::ProcessingInstruction) return false;
+  std::string_view t = n->name->view();
+  return t.size() == 3 && (t[0] | 0x20) == 'x' && (t[1] | 0x20) == 'm' && (t[2] | 0x20) == 'l';
+}
+
+// Checks that child may go under parent before ref, raising error 5 otherwise.
+void CheckInsert(NodeImpl* parent, NodeImpl* child, NodeImpl* ref) {
   if (!CanHaveChildren(parent)) Invalid("this node cannot have children");
   if (child->type == NodeType::Document) Invalid("a document cannot be a child");
   if (child == parent) Invalid("a node cannot be its own child");
@@ -57,14 +63,24 @@ void CheckInsert(NodeImpl* parent, NodeImpl* child) {
         if (c->type == NodeType::Element && c != child) Invalid("a second document element");
       }
     }
+    // A saved document must load again: the declaration stands first or nowhere.
+    NodeImpl* first = parent->first == child ? child->next : parent->first;
+    if (IsDeclaration(child) && ref != first) {
+      Invalid("the xml declaration can only be the first node of a document");
+    }
+    if (!IsDeclaration(child) && first && ref == first && IsDeclaration(first)) {
+      Invalid("nothing can stand before the xml declaration");
+    }
+  } else if (IsDeclaration(child)) {
+    Invalid("the xml declaration can only be the first node of a document");
   }
 }
 
 // Moves child under parent before ref (null: at the end), adopting it into parent's document.
 void Insert(NodeImpl* parent, NodeImpl* child, NodeImpl* ref) {
-  CheckInsert(parent, child);
+  if (child == ref) return;  // already in place
+  CheckInsert(parent, child, ref);
   Materialize(parent);
-  if (child == ref) return;
   Unlink(child);
   NodeImpl* doc = parent->owner();
   if (child->doc != doc) ChangeOwner(child, doc);
@@ -438,6 +454,10 @@ bool Document::load(const std::string& path) {
   if (!f) {
     failure = errno;
   } else {
+    struct stat st;
+    if (::fstat(fileno(f), &st) == 0 && st.st_size > 0) {
+      bytes.reserve(static_cast<size_t>(st.st_size));
+    }
     char buf[1 << 16];
     size_t n;
     while ((n = std::fread(buf, 1, sizeof buf, f)) > 0) bytes.append(buf, n);

@@ -105,7 +105,7 @@ class Writer {
         break;
       case NodeType::Comment:
         out_ += "<!--";
-        Put(n->value.view(), Ctx::Raw);
+        Put(Sanitized(n->value.view(), '-', '-', true), Ctx::Raw);
         out_ += "-->";
         break;
       case NodeType::ProcessingInstruction:
@@ -113,7 +113,7 @@ class Writer {
         Put(n->name->view(), Ctx::Raw);
         if (!n->value.empty()) {
           out_ += ' ';
-          Put(n->value.view(), Ctx::Raw);
+          Put(Sanitized(n->value.view(), '?', '>', false), Ctx::Raw);
         }
         out_ += "?>";
         break;
@@ -172,6 +172,21 @@ class Writer {
       if (c->type == NodeType::Element) element = true;
     }
     return element;
+  }
+
+  // Comments and instructions cannot escape their closing marks ("--", "?>"): a blank goes
+  // between the two characters, so that the saved document still loads.
+  std::string_view Sanitized(std::string_view s, char first, char second, bool comment) {
+    bool trailingDash = comment && !s.empty() && s.back() == '-';
+    const char mark[] = {first, second};
+    if (s.find(std::string_view(mark, 2)) == std::string_view::npos && !trailingDash) return s;
+    scratch_.clear();
+    for (char c : s) {
+      if (c == second && !scratch_.empty() && scratch_.back() == first) scratch_ += ' ';
+      scratch_ += c;
+    }
+    if (trailingDash) scratch_ += ' ';
+    return scratch_;
   }
 
   void CharRef(uint32_t cp) {
@@ -287,6 +302,7 @@ class Writer {
   bool topPretty_ = false;
   const char* newline_;
   std::vector<bool> kidsPretty_;
+  std::string scratch_;
 };
 
 }  // namespace

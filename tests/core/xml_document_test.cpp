@@ -129,6 +129,9 @@ TEST(XmlDocument, TextAndAttributesSurviveSaveAndLoad) {
   t.setAttribute("V", attr);
   root.appendChild(doc.createElement("CODE")).appendChild(doc.createCDATASection("x]]>y\nz"));
   root.appendChild(doc.createElement("BLANK")).text("   ");
+  // Closing marks inside a comment or an instruction are split so that the file loads.
+  root.appendChild(doc.createComment("a--b-"));
+  root.appendChild(doc.createProcessingInstruction("pi", "x?>y"));
   std::string saved = doc.saveToString();
   EXPECT_NE(saved.find("V=\"tab&#9;here&#13;&#10;new&#10;line&lt;&amp;&gt;&quot;'\""),
             std::string::npos);
@@ -139,6 +142,8 @@ TEST(XmlDocument, TextAndAttributesSurviveSaveAndLoad) {
   EXPECT_EQ(r.selectSingleNode("TEXT").getAttribute("V"), attr);
   EXPECT_EQ(r.selectSingleNode("CODE").text(), "x]]>y\nz");
   EXPECT_EQ(r.selectSingleNode("BLANK").text(), "   ");
+  EXPECT_EQ(r.lastChild().previousSibling().nodeValue(), "a- -b- ");
+  EXPECT_EQ(r.lastChild().nodeValue(), "x? >y");
   EXPECT_EQ(again.saveToString(), saved);
 }
 

@@ -122,6 +122,16 @@ TEST(XmlTree, ImpossibleChangesRaiseError5AndChangeNothing) {
   EXPECT_EQ(ErrorNumber([&] { root.setAttribute("no good", "1"); }), 5);
   EXPECT_EQ(root.xml(), "<R><C><G>t</G></C></R>");
 
+  // The declaration stands first in a document or nowhere, so that a saved file loads.
+  Node decl = doc.createProcessingInstruction("xml", "version=\"1.0\"");
+  EXPECT_EQ(ErrorNumber([&] { doc.appendChild(decl); }), 5);
+  EXPECT_EQ(ErrorNumber([&] { root.appendChild(decl); }), 5);
+  doc.insertBefore(decl, doc.firstChild());
+  EXPECT_EQ(doc.firstChild(), decl);
+  EXPECT_EQ(ErrorNumber([&] { doc.insertBefore(doc.createComment("c"), decl); }), 5);
+  doc.insertBefore(doc.createComment("after"), root);
+  EXPECT_EQ(doc.xml(), "<?xml version=\"1.0\"?><!--after--><R><C><G>t</G></C></R>");
+
   // The document element may be swapped for another one, and re-appending a child moves it.
   Node other = doc.createElement("R2");
   doc.replaceChild(other, root);
