@@ -101,9 +101,9 @@ InstrumentPtr XMLInstruments::LibraryItem(const Index& index) {
       CreateInstrumentFromBaseClass(GetNodeText(element, "BASECLASS", "")).instrument;
   instrument->XMLNode(element);
   instrument->Source(source_ + "|" + instrument->CatCode());
-  // Always the standard class, whatever BASECLASS says, while Item keeps the text as read.
-  // The element is the library's own, so a library edited through LibraryItem and saved
-  // carries this BASECLASS; libraries already edited that way depend on it staying so.
+  // Deliberately the standard class whatever BASECLASS says, unlike Item. This writes into
+  // the library's own element: a library saved after LibraryItem names the standard class for
+  // that instrument, as libraries edited this way always have.
   instrument->BaseClass(std::string(kStdInstrumentClass));
   return instrument;
 }
@@ -111,7 +111,7 @@ InstrumentPtr XMLInstruments::LibraryItem(const Index& index) {
 InstrumentPtr XMLInstruments::Add(InstrumentPtr instrument) {
   xml::Node element = instrument ? instrument->XMLNode() : xml::Node();
   if (!element) throw Error(err::kObjectNotSet, "No instrument to add", "XMLInstruments:Add");
-  const bool wasHere = element && element.parentNode() == root_;
+  const bool wasHere = element.parentNode() == root_;
   root_.appendChild(element);
   if (wasHere || !root_) {
     Reselect();
