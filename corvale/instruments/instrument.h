@@ -38,6 +38,7 @@ class IInstrument : public Object {
   virtual std::string Family() const = 0;
   virtual void Family(std::string value) = 0;
   virtual PicturePtr Icon() const = 0;
+  virtual void Icon(PicturePtr value) = 0;
   virtual std::string IconSource() const = 0;
   virtual void IconSource(std::string value) = 0;
   virtual std::string INPCode() const = 0;

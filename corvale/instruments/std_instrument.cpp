@@ -50,6 +50,7 @@ std::string clsStdInstrument::Family() const { return GetNodeText(node_, "FAMILY
 void clsStdInstrument::Family(std::string value) { SetNodeText(node_, "FAMILY", value); }
 
 PicturePtr clsStdInstrument::Icon() const { return icon_; }
+void clsStdInstrument::Icon(PicturePtr value) { icon_ = std::move(value); }
 
 std::string clsStdInstrument::IconSource() const { return GetNodeText(node_, "ICONSOURCE", ""); }
 void clsStdInstrument::IconSource(std::string value) {

@@ -43,6 +43,7 @@ class clsStdInstrument : public IInstrument {
   std::string Family() const override;
   void Family(std::string value) override;
   PicturePtr Icon() const override;
+  void Icon(PicturePtr value) override;
   std::string IconSource() const override;
   // Also reloads Icon.
   void IconSource(std::string value) override;

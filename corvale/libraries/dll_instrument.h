@@ -46,7 +46,7 @@ class clsDLLInstrument : public IInstrument {
   std::string SetupForm() const override;
   void SetupForm(std::string value) override;
   PicturePtr Icon() const override;
-  void Icon(PicturePtr value);
+  void Icon(PicturePtr value) override;
   std::string IconSource() const override;
   void IconSource(std::string value) override;
   int16_t Instance() const override;

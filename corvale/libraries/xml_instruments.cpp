@@ -100,6 +100,7 @@ InstrumentPtr XMLInstruments::LibraryItem(const Index& index) {
   InstrumentPtr instrument =
       CreateInstrumentFromBaseClass(GetNodeText(element, "BASECLASS", "")).instrument;
   instrument->XMLNode(element);
+  instrument->Icon(LibraryIcon(instrument->IconSource(), file_));
   instrument->Source(source_ + "|" + instrument->CatCode());
   // Deliberately the standard class whatever BASECLASS says, unlike Item. This writes into
   // the library's own element: a library saved after LibraryItem names the standard class for

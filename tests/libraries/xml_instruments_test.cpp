@@ -207,6 +207,15 @@ TEST_F(XmlInstrumentsTest, IconRuleAsksTheHostForTheRightIcon) {
   EXPECT_EQ(requests(),
             (Requests{{folder + "/Pictures/Pump.Ico", ""}, {folder + "/Pictures/Pump.Ico", ""}}));
 
+  // LibraryItem gives the instrument its icon by the library's rule; Item does not.
+  library.Add(NewInstrument("P1"));
+  library.LibraryItem("P1")->IconSource("pump");
+  requests();
+  EXPECT_NE(library.LibraryItem("P1")->Icon(), nullptr);
+  EXPECT_EQ(requests(), (Requests{{"PUMP", "Corvale2"}}));
+  library.Item("P1");
+  EXPECT_EQ(requests(), Requests{});
+
   host->iconsFail = true;  // failures give no icon and fail nothing
   library.IconSource("missing.ico");
   EXPECT_EQ(library.Icon(), nullptr);
