@@ -4,6 +4,7 @@
 #include <array>
 #include <charconv>
 #include <cmath>
+#include <cstdio>
 #include <limits>
 #include <system_error>
 #include <vector>
@@ -226,9 +227,10 @@ std::string SingleText(float value) { return ShortestText(value); }
 std::string DoubleText(double value) { return ShortestText(value); }
 
 std::string Format00(int32_t value) {
-  std::string digits = std::to_string(value < 0 ? -static_cast<int64_t>(value) : value);
-  if (digits.size() < 2) digits.insert(0, "0");
-  return value < 0 ? "-" + digits : digits;
+  const long long magnitude = value < 0 ? -static_cast<long long>(value) : value;
+  char digits[24];
+  std::snprintf(digits, sizeof digits, "%s%02lld", value < 0 ? "-" : "", magnitude);
+  return digits;
 }
 
 bool WildcardMatch(std::string_view text, std::string_view pattern) {
