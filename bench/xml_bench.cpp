@@ -8,6 +8,8 @@
 #include <malloc.h>
 
 #include <cstdio>
+#include <cstdlib>
+#include <cstring>
 #include <map>
 #include <memory>
 #include <pugixml.hpp>
@@ -237,6 +239,27 @@ size_t TreeBytes(F&& load) {
   return after > before ? after - before : 0;
 }
 
+// Resident memory from /proc: the current size, or the peak since the last ResetPeak().
+size_t ResidentKb(const char* field) {
+  std::FILE* f = std::fopen("/proc/self/status", "r");
+  if (!f) return 0;
+  char line[256];
+  size_t kb = 0;
+  size_t len = std::strlen(field);
+  while (std::fgets(line, sizeof line, f)) {
+    if (std::strncmp(line, field, len) == 0) kb = std::strtoul(line + len, nullptr, 10);
+  }
+  std::fclose(f);
+  return kb;
+}
+
+void ResetPeak() {
+  if (std::FILE* f = std::fopen("/proc/self/clear_refs", "w")) {
+    std::fputs("5", f);
+    std::fclose(f);
+  }
+}
+
 class Collector : public benchmark::ConsoleReporter {
  public:
   void ReportRuns(const std::vector<Run>& runs) override {
@@ -256,8 +279,13 @@ int main(int argc, char** argv) {
   double mb = static_cast<double>(bytes.size()) / 1e6;
   std::printf("library: %d instruments, %.1f MB\n", kInstruments, mb);
 
-  // Memory first, before the benchmarks leave freed blocks behind.
+  // Memory first, before the benchmarks leave freed blocks behind. The peak also counts the
+  // parser's own buffer while it runs.
+  ResetPeak();
+  size_t residentBefore = ResidentKb("VmRSS:");
   size_t ours = TreeBytes([] { return LoadedLibrary(); });
+  size_t peakKb = ResidentKb("VmHWM:");
+  size_t peak = peakKb > residentBefore ? (peakKb - residentBefore) * 1024 : 0;
   size_t pugi = TreeBytes([&] {
     auto doc = std::make_unique<pugi::xml_document>();
     doc->load_buffer(bytes.data(), bytes.size(), pugi::parse_default, pugi::encoding_latin1);
@@ -299,6 +327,8 @@ int main(int argc, char** argv) {
   std::printf("memory of the loaded tree (file %.1f MB)\n", mb);
   std::printf("  ours      %8.1f MB  %.2fx the file (target <= 3x)\n", ours / 1e6,
               static_cast<double>(ours) / bytes.size());
+  std::printf("  ours peak %8.1f MB  %.2fx while loading (resident)\n", peak / 1e6,
+              static_cast<double>(peak) / bytes.size());
   std::printf("  pugixml   %8.1f MB  %.2fx\n", pugi / 1e6,
               static_cast<double>(pugi) / bytes.size());
   std::printf("  libxml2   %8.1f MB  %.2fx\n", libxml / 1e6,
