@@ -14,6 +14,8 @@
 #include <variant>
 #include <vector>
 
+#include "corvale/core/index.h"
+
 namespace corvale {
 
 class Object;
@@ -71,6 +73,12 @@ class Object : public std::enable_shared_from_this<Object> {
 
 // Checks an Invoke argument list: raises 5 unless it holds `count` arguments.
 void ExpectArgs(const Args& args, size_t count);
+
+// A position-or-key argument of a late-bound call: text is a key, anything else a position.
+inline Index IndexArg(const Variant& value) {
+  if (value.IsString()) return Index(value.ToString());
+  return Index(value.ToInt32());
+}
 
 // The key under which member names are kept (upper case), and the 438 error of a name that
 // is not a member.

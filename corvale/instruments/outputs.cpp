@@ -5,7 +5,7 @@
 #include "corvale/core/convert.h"
 #include "corvale/core/error.h"
 #include "corvale/core/node_access.h"
-#include "corvale/instruments/index_arg.h"
+#include "corvale/core/object.h"
 
 namespace corvale {
 

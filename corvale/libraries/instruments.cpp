@@ -1,7 +1,5 @@
 #include "corvale/libraries/instruments.h"
 
-#include "corvale/instruments/index_arg.h"
-
 namespace corvale {
 
 Variant IInstruments::Invoke(std::string_view member, const Args& args) {

@@ -2,8 +2,8 @@
 
 #include <utility>
 
+#include "corvale/core/object.h"
 #include "corvale/core/registry.h"
-#include "corvale/instruments/index_arg.h"
 
 namespace corvale {
 

@@ -2,7 +2,7 @@
 
 #include "corvale/core/convert.h"
 #include "corvale/core/error.h"
-#include "corvale/instruments/index_arg.h"
+#include "corvale/core/object.h"
 
 namespace corvale {
 
