@@ -19,6 +19,19 @@
 
 namespace corvale {
 
+// Key generation of the model collections: the first `prefix` + n that is not taken, n
+// counting from `first` as a signed 16-bit number (error 6 past its range); `twoDigits`
+// writes n with at least two digits ("EVENT01").
+template <class IsTaken>
+std::string FirstFreeKey(std::string_view prefix, const IsTaken& isTaken, int32_t first = 0,
+                         bool twoDigits = false) {
+  for (int32_t n = first; n <= std::numeric_limits<int16_t>::max(); ++n) {
+    std::string key = std::string(prefix) + (twoDigits ? Format00(n) : IntegerText(n));
+    if (!isTaken(key)) return key;
+  }
+  throw Error(err::kOverflow);
+}
+
 template <class T>
 class KeyedCollection {
  public:
@@ -39,6 +52,12 @@ class KeyedCollection {
     return slot ? entries_[*slot].item : nullptr;
   }
   bool Exists(std::string_view key) const { return FindSlot(key).has_value(); }
+  // The first generated key that no item holds (keys compare without regard to case).
+  std::string FirstFreeKey(std::string_view prefix, int32_t first = 0,
+                           bool twoDigits = false) const {
+    return corvale::FirstFreeKey(
+        prefix, [this](const std::string& key) { return Exists(key); }, first, twoDigits);
+  }
   // 1-based position of the item at an index; raises 9 when there is none.
   int16_t PositionOf(const Index& index) const { return static_cast<int16_t>(Slot(index) + 1); }
   // 1-based position of an item object, 0 when it is not in the collection.

@@ -2,6 +2,7 @@
 
 #include "corvale/core/convert.h"
 #include "corvale/core/error.h"
+#include "corvale/core/keyed_collection.h"
 #include "corvale/core/object.h"
 
 namespace corvale {
@@ -26,11 +27,7 @@ CDTSettingPtr clsCDTSettings::Item(const corvale::Index& index) const {
 }
 
 std::string clsCDTSettings::NextKey() const {
-  for (int16_t n = 0; n < INT16_MAX; ++n) {
-    std::string key = "CDT_" + IntegerText(n);
-    if (!SlotOf(key)) return key;
-  }
-  throw Error(err::kOverflow);
+  return FirstFreeKey("CDT_", [this](const std::string& key) { return SlotOf(key) != 0; });
 }
 
 void clsCDTSettings::Add(CDTSettingPtr setting) {

@@ -2,6 +2,7 @@
 
 #include <limits>
 
+#include "corvale/core/bound_collection.h"
 #include "corvale/core/convert.h"
 #include "corvale/core/error.h"
 #include "corvale/core/node_access.h"
@@ -68,16 +69,7 @@ void clsEvents::XMLNode(xml::Node value) {
   // Only the collection is emptied: the events stay in the element left behind.
   items_.Clear();
   node_ = std::move(value);
-  for (const xml::Node& child : node_.selectNodes("EVENT")) {
-    auto event = std::make_shared<clsEvent>();
-    event->XMLNode(child);
-    std::string key = event->Key();
-    if (key.empty()) {
-      key = NextKey();
-      event->Key(key);
-    }
-    items_.Add(event, key);
-  }
+  BindChildren(items_, node_, "EVENT", [this] { return NextKey(); });
 }
 
 int16_t clsEvents::Count() const { return items_.Count(); }
@@ -91,15 +83,7 @@ void clsEvents::Parent(std::string value) {
   for (const auto& entry : items_) entry.item->Parent(value);
 }
 
-std::string clsEvents::NextKey() const {
-  // A candidate is rejected by any key equal to it without regard to case, the rule the
-  // collection itself applies to keys.
-  for (int32_t n = 1; n <= std::numeric_limits<int16_t>::max(); ++n) {
-    std::string key = "EVENT" + Format00(n);
-    if (!items_.Exists(key)) return key;
-  }
-  throw Error(err::kOverflow);
-}
+std::string clsEvents::NextKey() const { return items_.FirstFreeKey("EVENT", 1, true); }
 
 EventPtr clsEvents::Add(EventPtr event) {
   if (!event) throw Error(err::kObjectNotSet);

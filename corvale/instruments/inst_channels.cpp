@@ -3,6 +3,7 @@
 #include <array>
 #include <limits>
 
+#include "corvale/core/bound_collection.h"
 #include "corvale/core/convert.h"
 #include "corvale/core/error.h"
 #include "corvale/core/node_access.h"
@@ -65,25 +66,10 @@ void clsInstChannels::XMLNode(xml::Node value) {
   // Only the collection is emptied: the channels stay in the element left behind.
   items_.Clear();
   node_ = std::move(value);
-  for (const xml::Node& child : node_.selectNodes("CHANNEL")) {
-    auto channel = std::make_shared<clsInstChannel>();
-    channel->XMLNode(child);
-    std::string key = channel->Key();
-    if (key.empty()) {
-      key = NextKey();
-      channel->Key(key);
-    }
-    items_.Add(channel, key);
-  }
+  BindChildren(items_, node_, "CHANNEL", [this] { return NextKey(); });
 }
 
-std::string clsInstChannels::NextKey() const {
-  for (int32_t n = 0; n <= std::numeric_limits<int16_t>::max(); ++n) {
-    std::string key = "CHAN_" + IntegerText(n);
-    if (!items_.Exists(key)) return key;
-  }
-  throw Error(err::kOverflow);
-}
+std::string clsInstChannels::NextKey() const { return items_.FirstFreeKey("CHAN_"); }
 
 InstChannelPtr clsInstChannels::Add(InstChannelPtr channel,
                                     const std::optional<corvale::Index>& before,

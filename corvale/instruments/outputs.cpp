@@ -2,6 +2,7 @@
 
 #include <limits>
 
+#include "corvale/core/bound_collection.h"
 #include "corvale/core/convert.h"
 #include "corvale/core/error.h"
 #include "corvale/core/node_access.h"
@@ -17,25 +18,10 @@ void clsOutputs::XMLNode(xml::Node value) {
   // Only the collection is emptied: the outputs stay in the element left behind.
   items_.Clear();
   node_ = std::move(value);
-  for (const xml::Node& child : node_.selectNodes("OUTPUT")) {
-    auto output = std::make_shared<clsOutput>();
-    output->XMLNode(child);
-    std::string key = output->Key();
-    if (key.empty()) {
-      key = NextKey();
-      output->Key(key);
-    }
-    items_.Add(output, key);
-  }
+  BindChildren(items_, node_, "OUTPUT", [this] { return NextKey(); });
 }
 
-std::string clsOutputs::NextKey() const {
-  for (int32_t n = 0; n <= std::numeric_limits<int16_t>::max(); ++n) {
-    std::string key = "OUT_" + IntegerText(n);
-    if (!items_.Exists(key)) return key;
-  }
-  throw Error(err::kOverflow);
-}
+std::string clsOutputs::NextKey() const { return items_.FirstFreeKey("OUT_"); }
 
 OutputPtr clsOutputs::Add(OutputPtr output) {
   if (!output) throw Error(err::kObjectNotSet);

@@ -1,5 +1,6 @@
 #include "corvale/loggers/logger_resource_list.h"
 
+#include "corvale/core/bound_collection.h"
 #include "corvale/core/convert.h"
 #include "corvale/core/error.h"
 #include "corvale/core/object.h"
@@ -25,21 +26,10 @@ void clsLoggerResourceList::XMLNode(xml::Node value) {
   // re-bind have always shown.
   Clear();
   node_ = std::move(value);
-  for (const xml::Node& child : node_.selectNodes("REQUEST")) {
-    auto request = std::make_shared<clsLoggerResourceRequest>();
-    request->XMLNode(child);
-    if (request->Key().empty()) request->Key(NextKey());
-    items_.Add(request, request->Key());
-  }
+  BindChildren(items_, node_, "REQUEST", [this] { return NextKey(); });
 }
 
-std::string clsLoggerResourceList::NextKey() const {
-  for (int16_t n = 0; n < INT16_MAX; ++n) {
-    std::string key = "RES_" + IntegerText(n);
-    if (!items_.Exists(key)) return key;
-  }
-  throw Error(err::kOverflow);
-}
+std::string clsLoggerResourceList::NextKey() const { return items_.FirstFreeKey("RES_"); }
 
 void clsLoggerResourceList::Add(LoggerResourceRequestPtr request) {
   if (!request) throw Error(err::kObjectNotSet);
