@@ -1,8 +1,6 @@
 // Runs the built corvale program and checks what it prints and its exit status.
 #include <gtest/gtest.h>
-#include <sys/wait.h>
 
-#include <cstdlib>
 #include <regex>
 #include <string>
 
@@ -10,28 +8,11 @@
 
 namespace {
 
+using corvale::test::CliRun;
 using corvale::test::ReadFile;
+using corvale::test::RunCli;
 using corvale::test::TempDir;
 using corvale::test::WriteFile;
-
-struct Outcome {
-  int status = -1;
-  std::string out, err;
-};
-
-// Arguments are passed through the shell, each quoted.
-Outcome Corvale(const std::vector<std::string>& args) {
-  const std::string out = TempDir() + "/check.out", err = TempDir() + "/check.err";
-  std::string command = std::string("'") + CORVALE_CLI_PATH + "'";
-  for (const std::string& arg : args) command += " '" + arg + "'";
-  command += " </dev/null >'" + out + "' 2>'" + err + "'";
-  const int raw = std::system(command.c_str());
-  Outcome run;
-  run.status = WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
-  run.out = ReadFile(out);
-  run.err = ReadFile(err);
-  return run;
-}
 
 TEST(CheckCommand, ReportsEachDocumentAndExitsByResult) {
   const std::string library =
@@ -43,7 +24,7 @@ TEST(CheckCommand, ReportsEachDocumentAndExitsByResult) {
   const std::string loggers =
       WriteFile("check/loggers.xml", "<?xml version=\"1.0\"?>\n<LOGGERS><LOGGER/></LOGGERS>\n");
 
-  Outcome ok = Corvale({"check", library, loggers});
+  CliRun ok = RunCli({"check", library, loggers});
   EXPECT_EQ(ok.status, 0) << ok.err;
   EXPECT_EQ(ok.out, library +
                         ": root PennardInstrumentLibrary, encoding windows-1252, 6 elements\n" +
@@ -54,7 +35,7 @@ TEST(CheckCommand, ReportsEachDocumentAndExitsByResult) {
   const std::string broken = WriteFile(
       "check/broken.xml", "<LOGGERS>\n  <LOGGER>\n    <NAME>CR800</LOGGER>\n</LOGGERS>\n");
   const std::string missing = TempDir() + "/check/missing.xml";
-  Outcome bad = Corvale({"check", broken, loggers, missing});
+  CliRun bad = RunCli({"check", broken, loggers, missing});
   EXPECT_EQ(bad.status, 1);
   EXPECT_EQ(bad.out, loggers + ": root LOGGERS, encoding UTF-8, 2 elements\n");
   EXPECT_TRUE(std::regex_search(bad.err, std::regex("^" + broken + ":3:[0-9]+: .+\n"))) << bad.err;
@@ -67,7 +48,7 @@ TEST(CheckCommand, ReportsEachDocumentAndExitsByResult) {
   for (int i = 0; i < 5000; ++i) deep += "<A>";
   for (int i = 0; i < 5000; ++i) deep += "</A>";
   const std::string nested = WriteFile("check/deep.xml", deep);
-  Outcome counted = Corvale({"check", "--", nested});
+  CliRun counted = RunCli({"check", "--", nested});
   EXPECT_EQ(counted.status, 0) << counted.err;
   EXPECT_EQ(counted.out, nested + ": root A, encoding UTF-8, 5000 elements\n");
 }
@@ -78,22 +59,22 @@ TEST(CheckCommand, UsageErrorsHelpAndVersion) {
                                                {"check", "--strict", "x.xml"},
                                                {"frobnicate"},
                                                {"--frobnicate"}}) {
-    Outcome run = Corvale(args);
+    CliRun run = RunCli(args);
     EXPECT_EQ(run.status, 2) << (args.empty() ? "" : args.front());
     EXPECT_EQ(run.out, "");
     EXPECT_NE(run.err.find("usage: corvale"), std::string::npos) << run.err;
   }
-  EXPECT_NE(Corvale({"frobnicate"}).err.find("unknown command 'frobnicate'"), std::string::npos);
-  EXPECT_NE(Corvale({"check"}).err.find("usage: corvale check FILE..."), std::string::npos);
+  EXPECT_NE(RunCli({"frobnicate"}).err.find("unknown command 'frobnicate'"), std::string::npos);
+  EXPECT_NE(RunCli({"check"}).err.find("usage: corvale check FILE..."), std::string::npos);
 
-  Outcome help = Corvale({"--help"});
+  CliRun help = RunCli({"--help"});
   EXPECT_EQ(help.status, 0);
   EXPECT_TRUE(std::regex_search(help.out, std::regex("\n  check FILE\\.\\.\\.\n      load ")));
-  Outcome checkHelp = Corvale({"check", "--help"});
+  CliRun checkHelp = RunCli({"check", "--help"});
   EXPECT_EQ(checkHelp.status, 0);
   EXPECT_EQ(checkHelp.out.rfind("usage: corvale check FILE...\n", 0), 0u) << checkHelp.out;
 
-  Outcome version = Corvale({"--version"});
+  CliRun version = RunCli({"--version"});
   EXPECT_EQ(version.status, 0);
   EXPECT_TRUE(std::regex_match(version.out, std::regex("corvale [0-9]+\\.[0-9]+\\.[0-9]+\n")))
       << version.out;

@@ -1,8 +1,6 @@
 // Runs `corvale instrument` on the sample library and on documents written here.
 #include <gtest/gtest.h>
-#include <sys/wait.h>
 
-#include <cstdlib>
 #include <regex>
 #include <string>
 #include <vector>
@@ -11,37 +9,23 @@
 
 namespace {
 
+using corvale::test::CliRun;
+using corvale::test::Contains;
 using corvale::test::ReadFile;
 using corvale::test::TempDir;
 using corvale::test::WriteFile;
 
-struct Outcome {
-  int status = -1;
-  std::string out, err;
-};
-
-Outcome Corvale(const std::vector<std::string>& args) {
-  const std::string out = TempDir() + "/instrument.out", err = TempDir() + "/instrument.err";
-  std::string command = std::string("'") + CORVALE_CLI_PATH + "' instrument";
-  for (const std::string& arg : args) command += " '" + arg + "'";
-  command += " </dev/null >'" + out + "' 2>'" + err + "'";
-  const int raw = std::system(command.c_str());
-  Outcome run;
-  run.status = WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
-  run.out = ReadFile(out);
-  run.err = ReadFile(err);
-  return run;
-}
-
-bool Has(const std::string& text, const std::string& part) {
-  return text.find(part) != std::string::npos;
+// Runs `corvale instrument` with the arguments.
+CliRun Corvale(std::vector<std::string> args) {
+  args.insert(args.begin(), "instrument");
+  return corvale::test::RunCli(args);
 }
 
 const std::string kSample = std::string(CORVALE_SOURCE_DIR) + "/examples/sample_library.xml";
 
 TEST(InstrumentCommand, ListsEveryInstrumentOfTheSampleLibraryOnOneLine) {
   const std::string before = ReadFile(kSample);
-  Outcome run = Corvale({kSample});
+  CliRun run = Corvale({kSample});
   EXPECT_EQ(run.status, 0) << run.err;
   EXPECT_EQ(run.err, "");
   EXPECT_EQ(run.out,
@@ -58,39 +42,39 @@ TEST(InstrumentCommand, ListsEveryInstrumentOfTheSampleLibraryOnOneLine) {
 
 TEST(InstrumentCommand, PrintsOneInstrumentInFull) {
   const std::string before = ReadFile(kSample);
-  Outcome relay = Corvale({kSample, "rly01"});
+  CliRun relay = Corvale({kSample, "rly01"});
   ASSERT_EQ(relay.status, 0) << relay.err;
   const std::string& out = relay.out;
-  EXPECT_TRUE(Has(out, "Instrument RLY01\n")) << out;
-  EXPECT_TRUE(Has(out, "  Name:           Alarm relay\n")) << out;
-  EXPECT_TRUE(Has(out, "Channels (1)\n  1. CHAN_0 \"Watched level\"\n")) << out;
-  EXPECT_TRUE(Has(out, "channel type: Internal (6); data type: SP Floating point (7)")) << out;
-  EXPECT_TRUE(Has(out, "condition: Channel A > B (2); A: CHAN_0 (channel); B: 2.5 (constant)"))
+  EXPECT_TRUE(Contains(out, "Instrument RLY01\n")) << out;
+  EXPECT_TRUE(Contains(out, "  Name:           Alarm relay\n")) << out;
+  EXPECT_TRUE(Contains(out, "Channels (1)\n  1. CHAN_0 \"Watched level\"\n")) << out;
+  EXPECT_TRUE(Contains(out, "channel type: Internal (6); data type: SP Floating point (7)")) << out;
+  EXPECT_TRUE(Contains(out, "condition: Channel A > B (2); A: CHAN_0 (channel); B: 2.5 (constant)"))
       << out;
-  EXPECT_TRUE(Has(out, "Outputs (1)\n  1. OUT_0 \"Alarm relay contact\"\n")) << out;
-  EXPECT_TRUE(Has(out, "when true:\n         DIGITAL_OUT {OUT_0}, CLOSED\n")) << out;
-  EXPECT_TRUE(Has(out, "Resource requests (0)\n")) << out;
+  EXPECT_TRUE(Contains(out, "Outputs (1)\n  1. OUT_0 \"Alarm relay contact\"\n")) << out;
+  EXPECT_TRUE(Contains(out, "when true:\n         DIGITAL_OUT {OUT_0}, CLOSED\n")) << out;
+  EXPECT_TRUE(Contains(out, "Resource requests (0)\n")) << out;
   // Program text is printed unescaped, a line of the logger program per line.
-  EXPECT_TRUE(Has(out,
-                  "Program text:\n  .if pass==INIT_PASS\n  \tDIGITAL_OUT_INIT {OUT_0}, OPEN\n"
-                  "  .endif\n"))
+  EXPECT_TRUE(Contains(out,
+                       "Program text:\n  .if pass==INIT_PASS\n  \tDIGITAL_OUT_INIT {OUT_0}, OPEN\n"
+                       "  .endif\n"))
       << out;
 
-  Outcome probe = Corvale({kSample, "TMP100"});
+  CliRun probe = Corvale({kSample, "TMP100"});
   ASSERT_EQ(probe.status, 0) << probe.err;
-  EXPECT_TRUE(Has(probe.out,
-                  "units: \xC2\xB0"
-                  "C"))
+  EXPECT_TRUE(Contains(probe.out,
+                       "units: \xC2\xB0"
+                       "C"))
       << "windows-1252 text comes out as UTF-8";
-  EXPECT_TRUE(Has(probe.out, "CDT settings (1)\n  1. CDT_0\n")) << probe.out;
-  EXPECT_TRUE(Has(probe.out, "resource: EXCITATION; lock: None (0)")) << probe.out;
+  EXPECT_TRUE(Contains(probe.out, "CDT settings (1)\n  1. CDT_0\n")) << probe.out;
+  EXPECT_TRUE(Contains(probe.out, "resource: EXCITATION; lock: None (0)")) << probe.out;
 
-  Outcome transducer = Corvale({kSample, "PRS420"});
-  EXPECT_TRUE(Has(transducer.out, "Buddies (1)\n  1. examples/sample_library.xml|TMP100\n"))
+  CliRun transducer = Corvale({kSample, "PRS420"});
+  EXPECT_TRUE(Contains(transducer.out, "Buddies (1)\n  1. examples/sample_library.xml|TMP100\n"))
       << transducer.out;
-  EXPECT_TRUE(Has(transducer.out, "Files (1)\n  1. LIB\\PRS420.INC\n")) << transducer.out;
-  EXPECT_TRUE(Has(transducer.out, "date: 2023-01-01 12:00:00")) << transducer.out;
-  EXPECT_TRUE(Has(transducer.out, "lock: Exclusive Lock (1)")) << transducer.out;
+  EXPECT_TRUE(Contains(transducer.out, "Files (1)\n  1. LIB\\PRS420.INC\n")) << transducer.out;
+  EXPECT_TRUE(Contains(transducer.out, "date: 2023-01-01 12:00:00")) << transducer.out;
+  EXPECT_TRUE(Contains(transducer.out, "lock: Exclusive Lock (1)")) << transducer.out;
 
   EXPECT_EQ(ReadFile(kSample), before) << "printing materialises defaults in memory only";
 }
@@ -103,37 +87,38 @@ TEST(InstrumentCommand, FindsInstrumentsAnywhereButNotBuddyReferences) {
       "<BUDDIES><INSTRUMENT>lib.xml|B</INSTRUMENT></BUDDIES></INSTRUMENT>"
       "<GROUP><INSTRUMENT><CATCODE>B</CATCODE><INPCODE>A\\\\B\\nC</INPCODE></INSTRUMENT>"
       "</GROUP></INSTRUMENTS></SCHEME>");
-  Outcome list = Corvale({scheme});
+  CliRun list = Corvale({scheme});
   EXPECT_EQ(list.status, 0) << list.err;
   EXPECT_EQ(list.out,
             "A \"First\" family= version=1 base=Host.Gauge channels=0 events=0 outputs=0\n"
             "B \"\" family= version=1 base=Corvale2.clsStdInstrument channels=0 events=0 "
             "outputs=0\n");
 
-  Outcome full = Corvale({scheme, "B"});
-  EXPECT_TRUE(Has(full.out, "Program text:\n  A\\B\n  C\n")) << full.out;
+  CliRun full = Corvale({scheme, "B"});
+  EXPECT_TRUE(Contains(full.out, "Program text:\n  A\\B\n  C\n")) << full.out;
 
   const std::string empty = WriteFile("instrument/empty.xml", "<LOGGERS/>");
-  Outcome none = Corvale({empty});
+  CliRun none = Corvale({empty});
   EXPECT_EQ(none.status, 0);
   EXPECT_EQ(none.out, "");
-  EXPECT_TRUE(Has(none.err, "no instruments")) << none.err;
+  EXPECT_TRUE(Contains(none.err, "no instruments")) << none.err;
 }
 
 TEST(InstrumentCommand, ReportsErrorsWithTheirExitStatus) {
-  Outcome unknown = Corvale({kSample, "NOPE"});
+  CliRun unknown = Corvale({kSample, "NOPE"});
   EXPECT_EQ(unknown.status, 1);
   EXPECT_EQ(unknown.out, "");
-  EXPECT_TRUE(Has(unknown.err, "no instrument with the catalogue code \"NOPE\"")) << unknown.err;
+  EXPECT_TRUE(Contains(unknown.err, "no instrument with the catalogue code \"NOPE\""))
+      << unknown.err;
 
   const std::string broken = WriteFile("instrument/broken.xml",
                                        "<PennardInstrumentLibrary>\n  <INSTRUMENT>\n"
                                        "    <NAME>x</CATCODE>\n</PennardInstrumentLibrary>\n");
-  Outcome bad = Corvale({broken});
+  CliRun bad = Corvale({broken});
   EXPECT_EQ(bad.status, 1);
   EXPECT_TRUE(std::regex_search(bad.err, std::regex("^" + broken + ":3:[0-9]+: .+\n"))) << bad.err;
 
-  Outcome missing = Corvale({TempDir() + "/instrument/none.xml"});
+  CliRun missing = Corvale({TempDir() + "/instrument/none.xml"});
   EXPECT_EQ(missing.status, 1);
 
   EXPECT_EQ(Corvale({}).status, 2);
@@ -145,9 +130,9 @@ TEST(InstrumentCommand, ReportsErrorsWithTheirExitStatus) {
       "instrument/wide.xml",
       "<L><INSTRUMENT><CATCODE>W</CATCODE><CHANNELS><CHANNEL><NUMBERBYTES>70000</NUMBERBYTES>"
       "</CHANNEL></CHANNELS></INSTRUMENT></L>");
-  Outcome overflow = Corvale({wide, "W"});
+  CliRun overflow = Corvale({wide, "W"});
   EXPECT_EQ(overflow.status, 1);
-  EXPECT_TRUE(Has(overflow.err, "error 6: Overflow")) << overflow.err;
+  EXPECT_TRUE(Contains(overflow.err, "error 6: Overflow")) << overflow.err;
 }
 
 }  // namespace

@@ -1,8 +1,6 @@
 // Runs the built corvale program's library and merge commands.
 #include <gtest/gtest.h>
-#include <sys/wait.h>
 
-#include <cstdlib>
 #include <string>
 #include <vector>
 
@@ -11,28 +9,11 @@
 
 namespace {
 
+using corvale::test::CliRun;
 using corvale::test::ReadFile;
+using corvale::test::RunCli;
 using corvale::test::TempDir;
 using corvale::test::WriteFile;
-
-struct Outcome {
-  int status = -1;
-  std::string out, err;
-  bool Says(const std::string& part) const {
-    return out.find(part) != std::string::npos || err.find(part) != std::string::npos;
-  }
-};
-
-// Arguments are passed through the shell, each quoted; standard input is no terminal.
-Outcome Corvale(const std::vector<std::string>& args) {
-  const std::string out = TempDir() + "/library.out", err = TempDir() + "/library.err";
-  std::string command =
-      "XDG_CONFIG_HOME='" + TempDir() + "/config' '" + std::string(CORVALE_CLI_PATH) + "'";
-  for (const std::string& arg : args) command += " '" + arg + "'";
-  command += " </dev/null >'" + out + "' 2>'" + err + "'";
-  const int raw = std::system(command.c_str());
-  return {WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, ReadFile(out), ReadFile(err)};
-}
 
 constexpr const char* kLibrary = R"(<?xml version = "1.0" encoding="windows-1252"?>
 <PennardInstrumentLibrary>
@@ -44,26 +25,26 @@ constexpr const char* kLibrary = R"(<?xml version = "1.0" encoding="windows-1252
 
 TEST(LibraryCommand, ListsShowsAndReportsBadLibraries) {
   const std::string path = WriteFile("cli-lib/harbour.xml", kLibrary);
-  Outcome list = Corvale({"library", path});
+  CliRun list = RunCli({"library", path});
   EXPECT_EQ(list.status, 0) << list.err;
   EXPECT_EQ(list.out.rfind("Library: Harbour\nProvider: Quay Instruments\nVersion: 1.5\n", 0), 0u);
   EXPECT_LT(list.out.find("Instruments: 2\n"), list.out.find("TMP"));
   EXPECT_LT(list.out.find("TMP"), list.out.find("LVL"));
 
-  Outcome show = Corvale({"library", path, "lvl"});
+  CliRun show = RunCli({"library", path, "lvl"});
   EXPECT_EQ(show.status, 0) << show.err;
   EXPECT_TRUE(show.Says("Tank level") && !show.Says("Air temperature"));
-  Outcome unknown = Corvale({"library", path, "NOPE"});
+  CliRun unknown = RunCli({"library", path, "NOPE"});
   EXPECT_EQ(unknown.status, 1);
   EXPECT_TRUE(unknown.Says("no instrument with the catalogue code \"NOPE\""));
-  EXPECT_EQ(Corvale({"library", path, "A", "B"}).status, 2);
+  EXPECT_EQ(RunCli({"library", path, "A", "B"}).status, 2);
 
   const std::string broken = WriteFile("cli-lib/broken.xml", "<PennardInstrumentLibrary>\n<X>\n");
-  EXPECT_EQ(Corvale({"library", broken}).err.rfind(broken + ":", 0), 0u);  // FILE:LINE:COLUMN
-  Outcome root = Corvale({"library", WriteFile("cli-lib/loggers.xml", "<LOGGERS/>")});
+  EXPECT_EQ(RunCli({"library", broken}).err.rfind(broken + ":", 0), 0u);  // FILE:LINE:COLUMN
+  CliRun root = RunCli({"library", WriteFile("cli-lib/loggers.xml", "<LOGGERS/>")});
   EXPECT_EQ(root.status, 1);
   EXPECT_TRUE(root.Says("root element is <LOGGERS>, not <PennardInstrumentLibrary>"));
-  Outcome odd = Corvale(
+  CliRun odd = RunCli(
       {"library", WriteFile("cli-lib/odd.xml",
                             "<PennardInstrumentLibrary><INSTRUMENT><CATCODE>A</CATCODE>"
                             "</INSTRUMENT><INSTRUMENT><CATCODE>B</CATCODE><BASECLASS>Nowhere.Class"
@@ -76,17 +57,17 @@ TEST(LibraryCommand, ListsShowsAndReportsBadLibraries) {
 }
 
 TEST(LibraryCommand, RegisterKeepsTheStartupListInOrder) {
-  EXPECT_EQ(Corvale({"library", "startup", "Harbour", "Libraries"}).out, "");
-  EXPECT_EQ(Corvale({"library", "register", "Harbour", "Libraries", "/srv/a.xml"}).status, 0);
-  Corvale({"library", "register", "Harbour", "Libraries", "Quay.TideLibrary"});
-  EXPECT_EQ(Corvale({"library", "register", "Harbour", "Libraries", "/SRV/A.XML"}).out,
+  EXPECT_EQ(RunCli({"library", "startup", "Harbour", "Libraries"}).out, "");
+  EXPECT_EQ(RunCli({"library", "register", "Harbour", "Libraries", "/srv/a.xml"}).status, 0);
+  RunCli({"library", "register", "Harbour", "Libraries", "Quay.TideLibrary"});
+  EXPECT_EQ(RunCli({"library", "register", "Harbour", "Libraries", "/SRV/A.XML"}).out,
             "/srv/a.xml\nQuay.TideLibrary\n");
-  Outcome plain = Corvale({"library", "register", "Harbour", "Libraries", "plain"});
+  CliRun plain = RunCli({"library", "register", "Harbour", "Libraries", "plain"});
   EXPECT_EQ(plain.status, 1);
   EXPECT_TRUE(plain.Says("has no \".\""));
-  EXPECT_EQ(Corvale({"library", "startup", "Harbour", "Libraries"}).out,
+  EXPECT_EQ(RunCli({"library", "startup", "Harbour", "Libraries"}).out,
             "/srv/a.xml\nQuay.TideLibrary\n");
-  EXPECT_EQ(Corvale({"library", "register", "Harbour"}).status, 2);
+  EXPECT_EQ(RunCli({"library", "register", "Harbour"}).status, 2);
 }
 
 TEST(MergeCommand, MergesWithYesAndRefusesWithoutATerminal) {
@@ -98,12 +79,12 @@ TEST(MergeCommand, MergesWithYesAndRefusesWithoutATerminal) {
   <INSTRUMENT><CATCODE>LVL</CATCODE><NAME>Tank level</NAME><VERSION>1</VERSION></INSTRUMENT>
 </MERGEINSTRUMENTS>)");
 
-  Outcome refused = Corvale({"merge", merge, "--target-file", target});
+  CliRun refused = RunCli({"merge", merge, "--target-file", target});
   EXPECT_EQ(refused.status, 1);
   EXPECT_TRUE(refused.Says("Merge Instrument Extension") && refused.Says("cancelled"));
   EXPECT_EQ(ReadFile(target), kLibrary);
 
-  Outcome merged = Corvale({"merge", merge, "--target-file", target, "--yes"});
+  CliRun merged = RunCli({"merge", merge, "--target-file", target, "--yes"});
   EXPECT_EQ(merged.status, 0) << merged.err;
   EXPECT_TRUE(merged.Says("added TIDE \"Tide gauge\" version 1\n")) << merged.out;
   EXPECT_TRUE(merged.Says("replaced TMP \"Air temperature\" version 1 -> 1.5\n")) << merged.out;
@@ -113,10 +94,10 @@ TEST(MergeCommand, MergesWithYesAndRefusesWithoutATerminal) {
   EXPECT_EQ(library.Item(1)->CatCode(), "LVL");
   EXPECT_FLOAT_EQ(library.Item("TMP")->Version(), 1.5f);
 
-  EXPECT_TRUE(Corvale({"merge", merge, "--target-file", target}).Says("nothing to merge"));
-  EXPECT_EQ(Corvale({"merge", merge}).status, 2);
-  EXPECT_TRUE(Corvale({"merge", target, "--target-file", target}).Says("not <MERGEINSTRUMENTS>"));
-  EXPECT_TRUE(Corvale({"merge", merge, "--target-file", merge}).Says("not <PennardInstrument"));
+  EXPECT_TRUE(RunCli({"merge", merge, "--target-file", target}).Says("nothing to merge"));
+  EXPECT_EQ(RunCli({"merge", merge}).status, 2);
+  EXPECT_TRUE(RunCli({"merge", target, "--target-file", target}).Says("not <MERGEINSTRUMENTS>"));
+  EXPECT_TRUE(RunCli({"merge", merge, "--target-file", merge}).Says("not <PennardInstrument"));
 }
 
 }  // namespace

@@ -5,19 +5,12 @@
 #include <string>
 
 #include "corvale/core/error.h"
+#include "tests/support/test_support.h"
 
 namespace corvale {
 namespace {
 
-template <class F>
-int32_t ErrorOf(F action) {
-  try {
-    action();
-  } catch (const Error& e) {
-    return e.number();
-  }
-  return 0;
-}
+using test::ErrorOf;
 
 TEST(Convert, LeadingNumberParse) {
   EXPECT_EQ(ParseLeadingNumber("12abc"), 12);

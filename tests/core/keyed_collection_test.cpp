@@ -4,8 +4,12 @@
 
 #include <string>
 
+#include "tests/support/test_support.h"
+
 namespace corvale {
 namespace {
+
+using test::ErrorOf;
 
 struct Thing {
   std::string name;
@@ -19,16 +23,6 @@ std::string Order(const Things& things) {
   std::string out;
   for (const auto& entry : things) out += (out.empty() ? "" : " ") + entry.item->name;
   return out;
-}
-
-template <class F>
-int32_t ErrorOf(F action) {
-  try {
-    action();
-  } catch (const Error& e) {
-    return e.number();
-  }
-  return 0;
 }
 
 TEST(KeyedCollection, KeysIgnoreCaseAndPositionsStartAtOne) {

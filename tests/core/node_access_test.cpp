@@ -6,9 +6,12 @@
 
 #include "corvale/core/error.h"
 #include "corvale/core/host.h"
+#include "tests/support/test_support.h"
 
 namespace corvale {
 namespace {
+
+using test::ErrorOf;
 
 // A document LIB with one element ITEM under its document element, as a model object has.
 struct Doc {
@@ -30,16 +33,6 @@ struct Doc {
     item.appendChild(child);
   }
 };
-
-template <class F>
-int32_t ErrorOf(F action) {
-  try {
-    action();
-  } catch (const Error& e) {
-    return e.number();
-  }
-  return 0;
-}
 
 TEST(NodeAccess, ChangeMarkRules) {
   Doc d;

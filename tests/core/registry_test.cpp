@@ -7,9 +7,12 @@
 #include <stdexcept>
 
 #include "corvale/core/error.h"
+#include "tests/support/test_support.h"
 
 namespace corvale {
 namespace {
+
+using test::ErrorOf;
 
 class Gauge : public Object {
  public:
@@ -36,16 +39,6 @@ class Gauge : public Object {
   std::string name_ = "gauge";
   int16_t range_ = 10;
 };
-
-int32_t ErrorOf(const std::function<void()>& action, std::string* description = nullptr) {
-  try {
-    action();
-  } catch (const Error& e) {
-    if (description) *description = e.description();
-    return e.number();
-  }
-  return 0;
-}
 
 TEST(Registry, NamesIgnoreCaseAndFailuresRaise429) {
   RegisterClassOf<Gauge>("Test.Gauge");

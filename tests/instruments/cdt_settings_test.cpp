@@ -4,19 +4,12 @@
 
 #include "corvale/core/error.h"
 #include "corvale/core/node_access.h"
+#include "tests/support/test_support.h"
 
 namespace corvale {
 namespace {
 
-template <class F>
-int32_t ErrorOf(F&& call) {
-  try {
-    call();
-  } catch (const Error& error) {
-    return error.number();
-  }
-  return 0;
-}
+using test::ErrorOf;
 
 TEST(CDTSettings, LoadingGivesKeylessSettingsTheFreeKeysAndTheListParent) {
   xml::Node element = ParseNode(

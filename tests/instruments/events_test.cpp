@@ -11,9 +11,12 @@
 #include "corvale/core/convert.h"
 #include "corvale/core/error.h"
 #include "corvale/core/xml.h"
+#include "tests/support/test_support.h"
 
 namespace corvale {
 namespace {
+
+using test::ErrorOf;
 
 std::shared_ptr<clsEvents> Bound(const std::string& body) {
   xml::Document document = xml::Document::create();
@@ -39,15 +42,6 @@ std::string DocumentOrder(const clsEvents& events) {
   for (const xml::Node& child : events.XMLNode().selectNodes("EVENT"))
     keys += child.selectSingleNode("KEY").text();
   return keys;
-}
-
-int32_t ErrorOf(const std::function<void()>& call) {
-  try {
-    call();
-  } catch (const Error& error) {
-    return error.number();
-  }
-  return 0;
 }
 
 std::string Child(const clsEvent& event, const char* name) {

@@ -6,19 +6,12 @@
 
 #include "corvale/core/error.h"
 #include "corvale/core/node_access.h"
+#include "tests/support/test_support.h"
 
 namespace corvale {
 namespace {
 
-template <class F>
-int32_t ErrorOf(F&& call) {
-  try {
-    call();
-  } catch (const Error& error) {
-    return error.number();
-  }
-  return 0;
-}
+using test::ErrorOf;
 
 // Day numbers count from 1899-12-30; the fraction is the time of day.
 double DayNumber(std::chrono::year_month_day date, double hours) {

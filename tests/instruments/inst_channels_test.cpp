@@ -11,9 +11,12 @@
 
 #include "corvale/core/error.h"
 #include "corvale/core/xml.h"
+#include "tests/support/test_support.h"
 
 namespace corvale {
 namespace {
+
+using test::ErrorOf;
 
 xml::Node ChannelsIn(const std::string& body) {
   xml::Document document = xml::Document::create();
@@ -51,15 +54,6 @@ std::string DocumentOrder(const clsInstChannels& channels) {
   for (const xml::Node& child : channels.XMLNode().selectNodes("CHANNEL"))
     keys += child.selectSingleNode("KEY").text() + child.selectSingleNode("INDEX").text();
   return keys;
-}
-
-int32_t ErrorOf(const std::function<void()>& call) {
-  try {
-    call();
-  } catch (const Error& error) {
-    return error.number();
-  }
-  return 0;
 }
 
 TEST(InstChannel, NewChannelReadsItsDefaultsAndWritesOnlyTheNonEmptyOnes) {

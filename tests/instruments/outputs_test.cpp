@@ -12,9 +12,12 @@
 #include "corvale/core/xml.h"
 #include "corvale/loggers/logger_resource_list.h"
 #include "corvale/loggers/logger_resource_users.h"
+#include "tests/support/test_support.h"
 
 namespace corvale {
 namespace {
+
+using test::ErrorOf;
 
 std::shared_ptr<clsOutputs> Bound(const std::string& body) {
   xml::Document document = xml::Document::create();
@@ -22,15 +25,6 @@ std::shared_ptr<clsOutputs> Bound(const std::string& body) {
   auto outputs = std::make_shared<clsOutputs>();
   outputs->XMLNode(document.documentElement().selectSingleNode("OUTPUTS"));
   return outputs;
-}
-
-int32_t ErrorOf(const std::function<void()>& call) {
-  try {
-    call();
-  } catch (const Error& error) {
-    return error.number();
-  }
-  return 0;
 }
 
 TEST(Output, CarriesResourceAndUserListsInItsElement) {

@@ -9,19 +9,12 @@
 #include "corvale/instruments/cdt_settings.h"
 #include "corvale/libraries/buddy_instruments.h"
 #include "corvale/loggers/logger_resource_list.h"
+#include "tests/support/test_support.h"
 
 namespace corvale {
 namespace {
 
-template <class F>
-int32_t ErrorOf(F&& call) {
-  try {
-    call();
-  } catch (const Error& error) {
-    return error.number();
-  }
-  return 0;
-}
+using test::ErrorOf;
 
 // A loader that records the calls it receives; "Save" answers no, "Fail" raises everywhere.
 struct CallLog {

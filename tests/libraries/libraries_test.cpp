@@ -15,7 +15,7 @@
 namespace corvale {
 namespace {
 
-using test::ErrorNumber;
+using test::ErrorOf;
 using test::NewInstrument;
 
 std::shared_ptr<XMLInstruments> FileLibrary(const std::string& source, const std::string& name) {
@@ -33,8 +33,7 @@ TEST(LibrariesTest, SourcesDecideWhatIsAddedAndRemoved) {
   EXPECT_EQ(set.Count(), 1);
   EXPECT_EQ(set.Item("c:\\lib\\a.xml")->Name(), "first");  // keys without regard to case
   // Differing only in case passes the exact check, then meets the key rule.
-  EXPECT_EQ(ErrorNumber([&] { set.Add(FileLibrary("c:\\lib\\a.xml", "third")); }),
-            err::kDuplicateKey);
+  EXPECT_EQ(ErrorOf([&] { set.Add(FileLibrary("c:\\lib\\a.xml", "third")); }), err::kDuplicateKey);
 
   set.Add(FileLibrary("/srv/b.xml", "b"));
   set.Add(FileLibrary("/srv/c.xml", "c"));
@@ -44,8 +43,8 @@ TEST(LibrariesTest, SourcesDecideWhatIsAddedAndRemoved) {
   set.Remove(1);
   EXPECT_EQ(set.Count(), 1);
   EXPECT_EQ(set.Item(1)->Name(), "c");
-  EXPECT_EQ(ErrorNumber([&] { set.Remove(5); }), err::kSubscriptOutOfRange);
-  EXPECT_EQ(ErrorNumber([&] { set.Item("/srv/b.xml"); }), err::kSubscriptOutOfRange);
+  EXPECT_EQ(ErrorOf([&] { set.Remove(5); }), err::kSubscriptOutOfRange);
+  EXPECT_EQ(ErrorOf([&] { set.Item("/srv/b.xml"); }), err::kSubscriptOutOfRange);
   set.Clear();
   EXPECT_EQ(set.Count(), 0);
 }
@@ -104,7 +103,7 @@ TEST(LibrariesTest, MemoryLibraryHandsOutItsMembers) {
   library.Add(NewInstrument("P2"));
   EXPECT_EQ(library.Item(1), probe);  // the member itself, no copy
   EXPECT_EQ(library.LibraryItem(1), probe);
-  EXPECT_EQ(ErrorNumber([&] { library.Item("P1"); }), err::kSubscriptOutOfRange);  // no keys
+  EXPECT_EQ(ErrorOf([&] { library.Item("P1"); }), err::kSubscriptOutOfRange);  // no keys
   library.Remove(1);
   EXPECT_EQ(library.Item(1)->CatCode(), "P2");
 

@@ -1,8 +1,7 @@
 // Helpers of the library tests: a host that records icon requests and message boxes, answers
-// them as told and keeps settings in memory; a new standard instrument; an error's number.
+// them as told and keeps settings in memory; a new standard instrument.
 #pragma once
 
-#include <functional>
 #include <map>
 #include <memory>
 #include <string>
@@ -15,6 +14,7 @@
 #include "corvale/core/host.h"
 #include "corvale/core/registry.h"
 #include "corvale/instruments/instrument.h"
+#include "tests/support/test_support.h"
 
 namespace corvale::test {
 
@@ -68,16 +68,6 @@ inline InstrumentPtr NewInstrument(const std::string& catCode, const std::string
   instrument->CatCode(catCode);
   if (!name.empty()) instrument->Name(name);
   return instrument;
-}
-
-// The number of the Error that a call raises; 0 when it raises none.
-inline int ErrorNumber(const std::function<void()>& call) {
-  try {
-    call();
-  } catch (const Error& error) {
-    return error.number();
-  }
-  return 0;
 }
 
 }  // namespace corvale::test

@@ -190,9 +190,9 @@ TEST_F(MergeTest, MergeFileLayoutsAndFailures) {
   // No library set, or a target that cannot be created: error 91, nothing asked.
   ASSERT_TRUE(LoadMerge(kNewTide));
   XMLMergeInstruments orphan;
-  EXPECT_EQ(ErrorNumber([&] { orphan.MergeInstruments(); }), err::kObjectNotSet);
+  EXPECT_EQ(ErrorOf([&] { orphan.MergeInstruments(); }), err::kObjectNotSet);
   merge.Target("Nowhere.Library");
-  EXPECT_EQ(ErrorNumber([&] { merge.MergeInstruments(); }), err::kObjectNotSet);
+  EXPECT_EQ(ErrorOf([&] { merge.MergeInstruments(); }), err::kObjectNotSet);
   EXPECT_TRUE(host->boxes.empty());
 }
 

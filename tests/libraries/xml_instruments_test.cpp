@@ -101,9 +101,9 @@ TEST_F(XmlInstrumentsTest, ItemFindsByPositionOrCodeAndHandsOutACopy) {
   EXPECT_EQ(sample.Item(2)->CatCode(), "T1");
   EXPECT_EQ(sample.Item("nope"), nullptr);
   EXPECT_EQ(sample.Item(0), nullptr);
-  EXPECT_EQ(ErrorNumber([&] { sample.Item(5); }), err::kObjectNotSet);
-  EXPECT_EQ(ErrorNumber([&] { sample.LibraryItem("nope"); }), err::kObjectNotSet);
-  EXPECT_EQ(ErrorNumber([&] { sample.Remove("nope"); }), err::kObjectNotSet);
+  EXPECT_EQ(ErrorOf([&] { sample.Item(5); }), err::kObjectNotSet);
+  EXPECT_EQ(ErrorOf([&] { sample.LibraryItem("nope"); }), err::kObjectNotSet);
+  EXPECT_EQ(ErrorOf([&] { sample.Remove("nope"); }), err::kObjectNotSet);
 
   InstrumentPtr item = sample.Item("abc");
   EXPECT_EQ(item->Source(), sample.File() + "|ABC");
@@ -118,8 +118,8 @@ TEST_F(XmlInstrumentsTest, ItemFindsByPositionOrCodeAndHandsOutACopy) {
   InstrumentPtr borrowed = sample.Item("REF");
   EXPECT_EQ(borrowed->BaseClass(), "Test.Catalogue|K9");
   EXPECT_EQ(borrowed->Name(), "Borrowed");
-  EXPECT_EQ(ErrorNumber([&] { sample.Item("BAD"); }), err::kCannotCreateObject);
-  EXPECT_EQ(ErrorNumber([&] { sample.LibraryItem("BAD"); }), err::kCannotCreateObject);
+  EXPECT_EQ(ErrorOf([&] { sample.Item("BAD"); }), err::kCannotCreateObject);
+  EXPECT_EQ(ErrorOf([&] { sample.LibraryItem("BAD"); }), err::kCannotCreateObject);
 }
 
 TEST_F(XmlInstrumentsTest, LibraryItemEditsTheLibraryAndAlwaysNamesTheStandardClass) {
@@ -243,7 +243,7 @@ TEST_F(XmlInstrumentsTest, BadFilesLoadFalseAndKeepWhatTheyShould) {
   XMLInstruments library;
   ASSERT_TRUE(library.Load(good));
   library.Name("changed");
-  EXPECT_NE(ErrorNumber([&] { library.Save(TempDir() + "/no-such-folder/lib.xml"); }), 0);
+  EXPECT_NE(ErrorOf([&] { library.Save(TempDir() + "/no-such-folder/lib.xml"); }), 0);
   EXPECT_EQ(ReadFile(good), before);
 }
 

@@ -4,19 +4,12 @@
 #include "corvale/core/node_access.h"
 #include "corvale/loggers/logger_resource_list.h"
 #include "corvale/loggers/logger_resource_users.h"
+#include "tests/support/test_support.h"
 
 namespace corvale {
 namespace {
 
-template <class F>
-int32_t ErrorOf(F&& call) {
-  try {
-    call();
-  } catch (const Error& error) {
-    return error.number();
-  }
-  return 0;
-}
+using test::ErrorOf;
 
 TEST(LoggerResourceList, RequestsGetFreeKeysAndKeepTheirParent) {
   xml::Node element = ParseNode(

@@ -1,10 +1,14 @@
 #include "tests/support/test_support.h"
 
+#include <sys/wait.h>
+
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
 #include <stdexcept>
+
+#include "corvale/core/error.h"
 
 namespace corvale::test {
 namespace fs = std::filesystem;
@@ -47,6 +51,30 @@ std::string ReadFile(const std::string& path) {
 
 std::string DataPath(std::string_view name) {
   return (fs::path(CORVALE_TEST_DATA) / fs::path(name)).string();
+}
+
+int32_t ErrorOf(const std::function<void()>& call, std::string* description) {
+  try {
+    call();
+  } catch (const Error& error) {
+    if (description) *description = error.description();
+    return error.number();
+  }
+  return 0;
+}
+
+bool Contains(std::string_view text, std::string_view part) {
+  return text.find(part) != std::string_view::npos;
+}
+
+CliRun RunCli(const std::vector<std::string>& args) {
+  const std::string out = TempDir() + "/cli.out", err = TempDir() + "/cli.err";
+  std::string command =
+      "XDG_CONFIG_HOME='" + TempDir() + "/config' '" + std::string(CORVALE_CLI_PATH) + "'";
+  for (const std::string& arg : args) command += " '" + arg + "'";
+  command += " </dev/null >'" + out + "' 2>'" + err + "'";
+  const int raw = std::system(command.c_str());
+  return {WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, ReadFile(out), ReadFile(err)};
 }
 
 }  // namespace corvale::test

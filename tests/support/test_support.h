@@ -1,8 +1,11 @@
 // Small helpers shared by the test programs.
 #pragma once
 
+#include <cstdint>
+#include <functional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace corvale::test {
 
@@ -13,5 +16,22 @@ std::string WriteFile(std::string_view name, std::string_view bytes);
 std::string ReadFile(const std::string& path);
 // A document under tests/data.
 std::string DataPath(std::string_view name);
+
+// The number of the corvale::Error that `call` raises, 0 when it raises none; the error's
+// description goes to `description` when one is given.
+int32_t ErrorOf(const std::function<void()>& call, std::string* description = nullptr);
+
+bool Contains(std::string_view text, std::string_view part);
+
+// One run of the built corvale program: exit status (-1 when it did not exit) and output.
+struct CliRun {
+  int status = -1;
+  std::string out, err;
+  // Whether either output holds `part`.
+  bool Says(std::string_view part) const { return Contains(out, part) || Contains(err, part); }
+};
+// Runs the program with `args`, each quoted for the shell, with no terminal on standard input
+// and the settings store under TempDir(), so that runs never touch the user's own settings.
+CliRun RunCli(const std::vector<std::string>& args);
 
 }  // namespace corvale::test
