@@ -98,20 +98,9 @@ EventPtr clsEvents::Add(EventPtr event) {
   return event;
 }
 
-void clsEvents::Remove(const corvale::Index& index) {
-  EventPtr event = items_.Item(index);
-  xml::Node element = event->XMLNode();
-  if (element.parentNode() == node_) node_.removeChild(element);
-  items_.Remove(index);
-}
+void clsEvents::Remove(const corvale::Index& index) { RemoveBound(items_, node_, index); }
 
-void clsEvents::Clear() {
-  for (const auto& entry : items_) {
-    xml::Node element = entry.item->XMLNode();
-    if (element.parentNode() == node_) node_.removeChild(element);
-  }
-  items_.Clear();
-}
+void clsEvents::Clear() { ClearBound(items_, node_); }
 
 int16_t clsEvents::PositionOfKey(const std::string& key) const {
   int16_t position = 0;
@@ -157,7 +146,7 @@ void clsEvents::MoveTo(int16_t from, int16_t to) {
   const std::string key = items_.KeyAt(from);
   items_.Remove(from);
   xml::Node element = event->XMLNode();
-  if (element.parentNode() == node_) node_.removeChild(element);
+  TakeOutOf(node_, element);
 
   if (to <= items_.Count()) {
     items_.Add(event, key, corvale::Index(to));

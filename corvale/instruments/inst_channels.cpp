@@ -118,7 +118,7 @@ void clsInstChannels::Move(int16_t from, int16_t to) {
 
   items_.Remove(from);
   xml::Node element = mover->XMLNode();
-  if (element.parentNode() == node_) node_.removeChild(element);
+  TakeOutOf(node_, element);
 
   if (to <= items_.Count()) {
     items_.Add(mover, key, corvale::Index(to));
@@ -160,20 +160,11 @@ void clsInstChannels::Changed(bool value) {
 }
 
 void clsInstChannels::Remove(const corvale::Index& index) {
-  InstChannelPtr channel = items_.Item(index);
-  xml::Node element = channel->XMLNode();
-  if (element.parentNode() == node_) node_.removeChild(element);
-  items_.Remove(index);
+  RemoveBound(items_, node_, index);
   Renumber();
 }
 
-void clsInstChannels::Clear() {
-  for (const auto& entry : items_) {
-    xml::Node element = entry.item->XMLNode();
-    if (element.parentNode() == node_) node_.removeChild(element);
-  }
-  items_.Clear();
-}
+void clsInstChannels::Clear() { ClearBound(items_, node_); }
 
 void clsInstChannels::Renumber() {
   int32_t position = 0;

@@ -39,20 +39,9 @@ OutputPtr clsOutputs::Item(const corvale::Index& index) const { return items_.It
 
 int16_t clsOutputs::Count() const { return items_.Count(); }
 
-void clsOutputs::Remove(const corvale::Index& index) {
-  OutputPtr output = items_.Item(index);
-  xml::Node element = output->XMLNode();
-  if (element.parentNode() == node_) node_.removeChild(element);
-  items_.Remove(index);
-}
+void clsOutputs::Remove(const corvale::Index& index) { RemoveBound(items_, node_, index); }
 
-void clsOutputs::Clear() {
-  for (const auto& entry : items_) {
-    xml::Node element = entry.item->XMLNode();
-    if (element.parentNode() == node_) node_.removeChild(element);
-  }
-  items_.Clear();
-}
+void clsOutputs::Clear() { ClearBound(items_, node_); }
 
 std::string clsOutputs::Parent() const { return GetNodeText(node_, "PARENT", ""); }
 
