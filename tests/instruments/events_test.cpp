@@ -1,10 +1,9 @@
-// Events: condition codes and the operand types they write, keys, program text, and the
-// Shift operations that keep document order and collection order equal.
+// Events: condition codes and the operand types they write, keys, and the Shift operations
+// that keep document order and collection order equal.
 #include "corvale/instruments/events.h"
 
 #include <gtest/gtest.h>
 
-#include <functional>
 #include <memory>
 #include <string>
 
@@ -16,6 +15,8 @@
 namespace corvale {
 namespace {
 
+using test::ChildText;
+using test::ChildTexts;
 using test::ErrorOf;
 
 std::shared_ptr<clsEvents> Bound(const std::string& body) {
@@ -26,83 +27,54 @@ std::shared_ptr<clsEvents> Bound(const std::string& body) {
   return events;
 }
 
-std::shared_ptr<clsEvents> Three() {
-  return Bound(
-      "<EVENT><KEY>E1</KEY></EVENT><EVENT><KEY>E2</KEY></EVENT><EVENT><KEY>E3</KEY></EVENT>");
-}
-
-std::string CollectionOrder(const clsEvents& events) {
+// The keys in collection order, a blank, then the keys in document order.
+std::string Orders(const clsEvents& events) {
   std::string keys;
   for (int i = 1; i <= events.Count(); ++i) keys += events.Item(i)->Key();
-  return keys;
-}
-
-std::string DocumentOrder(const clsEvents& events) {
-  std::string keys;
+  keys += " ";
   for (const xml::Node& child : events.XMLNode().selectNodes("EVENT"))
-    keys += child.selectSingleNode("KEY").text();
+    keys += ChildText(child, "KEY");
   return keys;
-}
-
-std::string Child(const clsEvent& event, const char* name) {
-  xml::Node child = event.XMLNode().selectSingleNode(name);
-  return child ? child.text() : "(absent)";
 }
 
 TEST(Event, ConditionCodeWritesTheOperandTypesItTakes) {
   auto event = std::make_shared<clsEvent>();
+  xml::Node element = event->XMLNode();
   EXPECT_EQ(event->ID(), 1) << "a new event is always true";
-  EXPECT_EQ(Child(*event, "ID"), "1");
-  EXPECT_EQ(Child(*event, "INDEX"), "(absent)");
+  EXPECT_EQ(ChildText(element, "ID"), "1");
+  EXPECT_EQ(ChildText(element, "INDEX"), "(absent)");
   EXPECT_EQ(event->Index(), 0);
-  EXPECT_EQ(Child(*event, "INDEX"), "0");
+  EXPECT_EQ(ChildText(element, "INDEX"), "0");
 
+  auto types = [&] { return ChildTexts(element, {"CHANATYPE", "CHANBTYPE", "CHANCTYPE"}); };
   event->ID(21);
-  EXPECT_EQ(Child(*event, "CHANATYPE"), "2");
-  EXPECT_EQ(Child(*event, "CHANBTYPE"), "1");
-  EXPECT_EQ(Child(*event, "CHANCTYPE"), "1");
+  EXPECT_EQ(types(), "2|1|1");
   event->ID(13);
   EXPECT_EQ(event->ChanAType(), operand::kEvent);
-  EXPECT_EQ(event->ChanBType(), operand::kEvent);
-  EXPECT_EQ(Child(*event, "CHANCTYPE"), "(absent)");
+  EXPECT_EQ(types(), "3|3|(absent)");
   event->ID(25);
   EXPECT_EQ(event->ChanCType(), operand::kConstant) << "codes without a text still count";
   event->ID(40);
   EXPECT_EQ(event->ID(), 40);
   EXPECT_EQ(event->ChanAType(), operand::kChannel) << "an unknown code keeps the types";
   event->ID(0);
-  EXPECT_EQ(Child(*event, "ID"), "0") << "written even when 0";
-  EXPECT_EQ(Child(*event, "CHANATYPE"), "(absent)");
+  EXPECT_EQ(ChildText(element, "ID"), "0") << "written even when 0";
+  EXPECT_EQ(ChildText(element, "CHANATYPE"), "(absent)");
 
-  // Operands are always written, even empty.
-  event->ChanC("");
-  EXPECT_EQ(Child(*event, "CHANC"), "");
-
-  EXPECT_EQ(EventConditions().size(), 24u);
-  EXPECT_EQ(ConditionText(2), "Channel A > B");
-  EXPECT_EQ(ConditionText(7), "ChanA <> B");
-  EXPECT_EQ(ConditionText(11), "ChanA != ChanB");
-  EXPECT_EQ(ConditionText(12), "Delta Channel A > B");
-  EXPECT_EQ(ConditionText(15), "DELTA Event A");
-  EXPECT_EQ(ConditionText(20), "Event A TRUE for B Scans");
-  EXPECT_EQ(ConditionText(24), "");
-}
-
-TEST(Event, ProgramTextAndFlagsStoreAsTheDocumentsExpect) {
-  auto event = std::make_shared<clsEvent>();
+  event->ChanC("");  // operands are always written, even empty
+  EXPECT_EQ(ChildText(element, "CHANC"), "");
   event->TrueCode(".if pass==SCAN_PASS\r\n\tSET {OUT_0}\r\n.endif");
-  EXPECT_EQ(Child(*event, "TRUECODE"), ".if pass==SCAN_PASS\\n\\tSET {OUT_0}\\n.endif");
-  EXPECT_EQ(event->TrueCode(), ".if pass==SCAN_PASS\r\n\tSET {OUT_0}\r\n.endif");
-  event->FalseCode("  CLEAR {OUT_0}  ");
-  EXPECT_EQ(event->FalseCode(), "CLEAR {OUT_0}");
-
+  EXPECT_EQ(ChildText(element, "TRUECODE"), ".if pass==SCAN_PASS\\n\\tSET {OUT_0}\\n.endif");
   event->Enabled(true);
-  event->KeyUnique(true);
-  EXPECT_EQ(Child(*event, "ENABLED"), "-1");
+  EXPECT_EQ(ChildText(element, "ENABLED"), "-1");
   event->Enabled(false);
-  EXPECT_EQ(Child(*event, "ENABLED"), "(absent)");
-  EXPECT_TRUE(event->KeyUnique());
-  EXPECT_FALSE(event->LoadToScheme());
+  EXPECT_EQ(ChildText(element, "ENABLED"), "(absent)");
+
+  // The condition texts users see.
+  EXPECT_EQ(EventConditions().size(), 24u);
+  EXPECT_EQ(ConditionText(2) + "|" + ConditionText(7) + "|" + ConditionText(11) + "|" +
+                ConditionText(15) + "|" + ConditionText(20) + "|" + ConditionText(24),
+            "Channel A > B|ChanA <> B|ChanA != ChanB|DELTA Event A|Event A TRUE for B Scans|");
 }
 
 TEST(Events, KeysTakeTheFirstFreeTwoDigitNumber) {
@@ -113,12 +85,9 @@ TEST(Events, KeysTakeTheFirstFreeTwoDigitNumber) {
   EXPECT_EQ(first->Parent(), "RLY01");
   EXPECT_EQ(first->XMLNode().parentNode(), events->XMLNode());
   EXPECT_EQ(events->Add(std::make_shared<clsEvent>())->Key(), "EVENT02");
-  EXPECT_EQ(events->Add(std::make_shared<clsEvent>())->Key(), "EVENT03");
 
   auto gap = Bound("<EVENT><KEY>EVENT01</KEY></EVENT><EVENT/><EVENT><KEY>EVENT03</KEY></EVENT>");
-  EXPECT_EQ(gap->Item(2)->Key(), "EVENT02");
-  EXPECT_EQ(gap->XMLNode().selectNodes("EVENT")[1].selectSingleNode("KEY").text(), "EVENT02");
-
+  EXPECT_EQ(ChildText(gap->XMLNode().selectNodes("EVENT")[1], "KEY"), "EVENT02");
   std::string many;
   for (int n = 1; n <= 99; ++n) many += "<EVENT><KEY>EVENT" + Format00(n) + "</KEY></EVENT>";
   EXPECT_EQ(Bound(many)->Add(std::make_shared<clsEvent>())->Key(), "EVENT100");
@@ -128,33 +97,27 @@ TEST(Events, KeysTakeTheFirstFreeTwoDigitNumber) {
   EXPECT_EQ(ErrorOf([&] { gap->Add(duplicate); }), err::kDuplicateKey);
   EXPECT_EQ(gap->XMLNode().selectNodes("EVENT").size(), 3u);
   gap->Remove("EVENT02");
-  EXPECT_EQ(DocumentOrder(*gap), "EVENT01EVENT03");
+  EXPECT_EQ(Orders(*gap), "EVENT01EVENT03 EVENT01EVENT03");
   EXPECT_EQ(ErrorOf([&] { gap->Remove(3); }), err::kSubscriptOutOfRange);
 }
 
 TEST(Events, ShiftsMoveEntryAndElementTogether) {
-  auto events = Three();
+  auto events =
+      Bound("<EVENT><KEY>E1</KEY></EVENT><EVENT><KEY>E2</KEY></EVENT><EVENT><KEY>E3</KEY></EVENT>");
   auto e1 = events->Item(1), e2 = events->Item(2), e3 = events->Item(3);
-
   events->ShiftUp(e1);
   events->ShiftDown(e3);
-  EXPECT_EQ(CollectionOrder(*events), "E1E2E3");
-
+  EXPECT_EQ(Orders(*events), "E1E2E3 E1E2E3");
   events->ShiftDown(e1);
-  EXPECT_EQ(CollectionOrder(*events), "E2E1E3");
-  EXPECT_EQ(DocumentOrder(*events), "E2E1E3");
+  EXPECT_EQ(Orders(*events), "E2E1E3 E2E1E3");
   events->ShiftUp(e3);
-  EXPECT_EQ(CollectionOrder(*events), "E2E3E1");
-  EXPECT_EQ(DocumentOrder(*events), "E2E3E1");
-
+  EXPECT_EQ(Orders(*events), "E2E3E1 E2E3E1");
   events->ShiftTo(e1, 1);
-  EXPECT_EQ(CollectionOrder(*events), "E1E2E3");
-  EXPECT_EQ(DocumentOrder(*events), "E1E2E3");
+  EXPECT_EQ(Orders(*events), "E1E2E3 E1E2E3");
   events->ShiftTo(e1, "E3");
-  EXPECT_EQ(CollectionOrder(*events), "E2E3E1");
-  EXPECT_EQ(DocumentOrder(*events), "E2E3E1");
+  EXPECT_EQ(Orders(*events), "E2E3E1 E2E3E1");
   events->ShiftTo(e2, 2);
-  EXPECT_EQ(DocumentOrder(*events), "E3E2E1");
+  EXPECT_EQ(Orders(*events), "E3E2E1 E3E2E1");
 
   // Bad events and targets are refused and nothing moves.
   auto stranger = std::make_shared<clsEvent>();
@@ -169,12 +132,11 @@ TEST(Events, ShiftsMoveEntryAndElementTogether) {
               events->Invoke("ShiftTo", {Variant(e1), Variant(true)});
             }),
             err::kTypeMismatch);
-  EXPECT_EQ(DocumentOrder(*events), "E3E2E1");
-  EXPECT_EQ(CollectionOrder(*events), "E3E2E1");
+  EXPECT_EQ(Orders(*events), "E3E2E1 E3E2E1");
 
   events->Parent("P");
   for (const xml::Node& child : events->XMLNode().selectNodes("EVENT"))
-    EXPECT_EQ(child.selectSingleNode("PARENT").text(), "P");
+    EXPECT_EQ(ChildText(child, "PARENT"), "P");
   events->Clear();
   EXPECT_TRUE(events->XMLNode().selectNodes("EVENT").empty());
 }

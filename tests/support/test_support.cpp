@@ -67,6 +67,17 @@ bool Contains(std::string_view text, std::string_view part) {
   return text.find(part) != std::string_view::npos;
 }
 
+std::string ChildText(const xml::Node& element, std::string_view name) {
+  const xml::Node child = element.selectSingleNode(name);
+  return child ? child.text() : "(absent)";
+}
+
+std::string ChildTexts(const xml::Node& element, std::initializer_list<std::string_view> names) {
+  std::string texts;
+  for (std::string_view name : names) texts += "|" + ChildText(element, name);
+  return texts.substr(names.size() ? 1 : 0);
+}
+
 CliRun RunCli(const std::vector<std::string>& args) {
   const std::string out = TempDir() + "/cli.out", err = TempDir() + "/cli.err";
   std::string command =

@@ -3,9 +3,12 @@
 
 #include <cstdint>
 #include <functional>
+#include <initializer_list>
 #include <string>
 #include <string_view>
 #include <vector>
+
+#include "corvale/core/xml.h"
 
 namespace corvale::test {
 
@@ -22,6 +25,11 @@ std::string DataPath(std::string_view name);
 int32_t ErrorOf(const std::function<void()>& call, std::string* description = nullptr);
 
 bool Contains(std::string_view text, std::string_view part);
+
+// The text of the element's first child of that name, or "(absent)" when it has none.
+std::string ChildText(const xml::Node& element, std::string_view name);
+// The ChildText of each name, joined by "|".
+std::string ChildTexts(const xml::Node& element, std::initializer_list<std::string_view> names);
 
 // One run of the built corvale program: exit status (-1 when it did not exit) and output.
 struct CliRun {
