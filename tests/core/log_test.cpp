@@ -21,22 +21,6 @@ using test::ReadFile;
 using test::ScopedEnv;
 using test::TempDir;
 
-struct Box {
-  std::string text, title;
-  MsgIcon icon;
-  MsgButtons buttons;
-};
-
-class BoxRecorder : public HostServices {
- public:
-  std::vector<Box> boxes;
-  MsgAnswer MessageBox(std::string_view text, std::string_view title, MsgIcon icon,
-                       MsgButtons buttons) override {
-    boxes.push_back({std::string(text), std::string(title), icon, buttons});
-    return MsgAnswer::OK;
-  }
-};
-
 class ThrowingBoxHost : public HostServices {
  public:
   MsgAnswer MessageBox(std::string_view, std::string_view, MsgIcon, MsgButtons) override {
@@ -55,9 +39,16 @@ class DiagnosticLog : public ::testing::Test {
     locale_.emplace("LC_ALL", "C");
   }
   std::string DefaultLog() const { return folder_ + "/CORVALE.LOG"; }
+  // The texts of the message boxes shown so far; taking them forgets them.
+  std::vector<std::string> TakeBoxTexts() {
+    std::vector<std::string> texts;
+    for (const auto& box : recorder_->boxes) texts.push_back(box.text);
+    recorder_->boxes.clear();
+    return texts;
+  }
 
   std::string folder_;
-  std::shared_ptr<BoxRecorder> recorder_ = std::make_shared<BoxRecorder>();
+  std::shared_ptr<test::RecordingHost> recorder_ = std::make_shared<test::RecordingHost>();
   ScopedHostServices host_{recorder_};
   std::optional<ScopedEnv> home_, locale_;
 };
@@ -92,18 +83,16 @@ TEST_F(DiagnosticLog, WritesOneLinePerFailureAndShowsTheSameText) {
   EXPECT_EQ(ReadFile(other).find("Cannot load"), std::string::npos);
 
   // One box per logged failure, in order, with the log text less the date.
-  ASSERT_EQ(recorder_->boxes.size(), 3u);
-  EXPECT_EQ(recorder_->boxes[0].text,
-            "frmEditInst:cboIcons_Click : 438-Object doesn't support this property or method");
-  EXPECT_EQ(recorder_->boxes[1].text,
-            "clsSchemeInstruments:XMLNode[SET] : -2147221504-Cannot load instrument");
-  EXPECT_EQ(recorder_->boxes[2].text,
-            "frmCodeEditorInstrument_Load : 13-Type mismatch\r\nin line 2");
-  for (const Box& box : recorder_->boxes) {
+  for (const auto& box : recorder_->boxes) {
     EXPECT_EQ(box.title, "Corvale");
     EXPECT_EQ(box.icon, MsgIcon::Exclamation);
     EXPECT_EQ(box.buttons, MsgButtons::OK);
   }
+  EXPECT_EQ(TakeBoxTexts(),
+            (std::vector<std::string>{
+                "frmEditInst:cboIcons_Click : 438-Object doesn't support this property or method",
+                "clsSchemeInstruments:XMLNode[SET] : -2147221504-Cannot load instrument",
+                "frmCodeEditorInstrument_Load : 13-Type mismatch\r\nin line 2"}));
 }
 
 TEST_F(DiagnosticLog, FailureToWriteStillShowsTheBoxAndNeverRaises) {
@@ -115,7 +104,7 @@ TEST_F(DiagnosticLog, FailureToWriteStillShowsTheBoxAndNeverRaises) {
     LogError(5, "third", "clsSchemeInstruments:Save()");
   }
   ASSERT_EQ(recorder_->boxes.size(), 3u);
-  EXPECT_EQ(recorder_->boxes[2].text, "clsSchemeInstruments:Save() : 5-third");
+  EXPECT_EQ(TakeBoxTexts()[2], "clsSchemeInstruments:Save() : 5-third");
 
   // Even a message box that fails does not escape.
   ScopedHostServices throwing(std::make_shared<ThrowingBoxHost>());
@@ -166,17 +155,15 @@ TEST_F(DiagnosticLog, TrapLogsEachFailureAndGoesOnWithTheNextStep) {
   EXPECT_EQ(done, (std::vector<int>{1, 3, 5}));
   EXPECT_EQ(trap.Failures(), 2);
   EXPECT_FALSE(trap.HasLeft());
-  ASSERT_EQ(recorder_->boxes.size(), 2u);
-  EXPECT_EQ(recorder_->boxes[0].text,
-            "clsSchemeInstruments:RefreshAliasCache : 9-Subscript out of range");
-  EXPECT_EQ(recorder_->boxes[1].text, "clsSchemeInstruments:RefreshAliasCache : 5-bad channel");
+  EXPECT_EQ(TakeBoxTexts(), (std::vector<std::string>{
+                                "clsSchemeInstruments:RefreshAliasCache : 9-Subscript out of range",
+                                "clsSchemeInstruments:RefreshAliasCache : 5-bad channel"}));
   EXPECT_TRUE(std::regex_match(
       ReadFile(DefaultLog()),
       std::regex(kDate + ": clsSchemeInstruments:RefreshAliasCache : 9-Subscript out of range\r\n" +
                  kDate + ": clsSchemeInstruments:RefreshAliasCache : 5-bad channel\r\n")));
 
   // The Leave variant logs the first failure and skips the rest of the procedure.
-  recorder_->boxes.clear();
   ErrorTrap leave("frmMultiChanScale:cmdCalcScaling_Click", ErrorTrap::OnError::Leave);
   done.clear();
   EXPECT_TRUE(leave.Step([&] { done.push_back(1); }));
@@ -186,8 +173,8 @@ TEST_F(DiagnosticLog, TrapLogsEachFailureAndGoesOnWithTheNextStep) {
   EXPECT_EQ(done, std::vector<int>{1});
   EXPECT_TRUE(leave.HasLeft());
   EXPECT_EQ(leave.Failures(), 1);
-  ASSERT_EQ(recorder_->boxes.size(), 1u);
-  EXPECT_EQ(recorder_->boxes[0].text, "frmMultiChanScale:cmdCalcScaling_Click : 6-Overflow");
+  EXPECT_EQ(TakeBoxTexts(),
+            std::vector<std::string>{"frmMultiChanScale:cmdCalcScaling_Click : 6-Overflow"});
 }
 
 TEST(ErrorFromException, MapsFailuresToNumbers) {

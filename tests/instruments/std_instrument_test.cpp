@@ -27,6 +27,7 @@ using test::ChildText;
 using test::ChildTexts;
 using test::ErrorOf;
 using Names = std::vector<std::string>;
+using Requests = test::RecordingHost::Requests;
 
 // The first INSTRUMENT of a library document parsed from text.
 xml::Node InstrumentIn(const std::string& body) {
@@ -211,17 +212,8 @@ TEST(StdInstrument, HooksGoToTheLoaderByName) {
   RecordingLoader::installArgs.clear();
 }
 
-// Remembers what it was asked to load.
-struct IconHost : HostServices {
-  Names asked;
-  PicturePtr LoadIcon(std::string_view source, std::string_view group) override {
-    asked.push_back(std::string(source) + "|" + std::string(group));
-    return std::make_shared<Picture>(Picture{std::string(source), ""});
-  }
-};
-
 TEST(StdInstrument, RebindingInstallsAgainAndReloadsTheIcon) {
-  auto host = std::make_shared<IconHost>();
+  auto host = std::make_shared<test::RecordingHost>();
   ScopedHostServices scope(host);
   auto instrument = Bound(
       "<INSTRUMENT><KEY>A</KEY><CHANNELS><CHANNEL><KEY>X</KEY></CHANNEL></CHANNELS>"
@@ -232,9 +224,9 @@ TEST(StdInstrument, RebindingInstallsAgainAndReloadsTheIcon) {
   auto owner = std::make_shared<Object>();  // rebinding installs again for a living owner
   instrument->Install(owner);
 
-  host->asked.clear();
+  host->iconRequests.clear();
   instrument->XMLNode(second);
-  EXPECT_EQ(host->asked, Names{"probe.ico|HALDEN"});
+  EXPECT_EQ(host->iconRequests, (Requests{{"probe.ico", "HALDEN"}}));
   ASSERT_TRUE(instrument->Icon());
   EXPECT_EQ(instrument->Icon()->source, "probe.ico");
   EXPECT_EQ(ChildNames(second), (Names{"KEY", "ICONSOURCE", "CHANNELS", "CDTSETTINGS", "OUTPUTS",
@@ -245,7 +237,7 @@ TEST(StdInstrument, RebindingInstallsAgainAndReloadsTheIcon) {
   EXPECT_EQ(first.selectSingleNode("CHANNELS").selectNodes("CHANNEL").size(), 1u);
 
   instrument->IconSource("gauge.ico");
-  EXPECT_EQ(host->asked.back(), "gauge.ico|HALDEN");
+  EXPECT_EQ(host->iconRequests.back(), Requests::value_type("gauge.ico", "HALDEN"));
   EXPECT_EQ(instrument->Icon()->source, "gauge.ico");
 }
 

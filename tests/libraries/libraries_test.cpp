@@ -10,7 +10,7 @@
 #include "corvale/core/registry.h"
 #include "corvale/libraries/library_instruments.h"
 #include "corvale/libraries/xml_instruments.h"
-#include "tests/libraries/library_test_support.h"
+#include "tests/support/test_support.h"
 
 namespace corvale {
 namespace {

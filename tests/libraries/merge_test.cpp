@@ -7,7 +7,6 @@
 #include "corvale/core/node_access.h"
 #include "corvale/core/registry.h"
 #include "corvale/libraries/xml_merge_instruments.h"
-#include "tests/libraries/library_test_support.h"
 #include "tests/support/test_support.h"
 
 namespace corvale {
@@ -75,7 +74,7 @@ class MergeTest : public ::testing::Test {
 
   static inline int counter = 0;
   std::string targetPath;
-  std::shared_ptr<LibraryTestHost> host = std::make_shared<LibraryTestHost>();
+  std::shared_ptr<RecordingHost> host = std::make_shared<RecordingHost>();
   ScopedHostServices scope{host};
   std::shared_ptr<clsLibraries> libraries = std::make_shared<clsLibraries>();
   XMLMergeInstruments merge;

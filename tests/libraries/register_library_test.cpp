@@ -6,22 +6,22 @@
 #include <string>
 #include <vector>
 
-#include "tests/libraries/library_test_support.h"
+#include "tests/support/test_support.h"
 
 namespace corvale {
 namespace {
 
-using test::LibraryTestHost;
+using test::RecordingHost;
 using List = std::vector<std::string>;
 
 class RegisterLibraryTest : public ::testing::Test {
  protected:
-  std::shared_ptr<LibraryTestHost> host = std::make_shared<LibraryTestHost>();
+  std::shared_ptr<RecordingHost> host = std::make_shared<RecordingHost>();
   ScopedHostServices scope{host};
   clsRegisterLibrary registrar;
 
   std::map<std::string, std::string>& Section() {
-    return host->settings[LibraryTestHost::Section("Harbour", "Libraries")];
+    return host->settings[RecordingHost::Section("Harbour", "Libraries")];
   }
   void Store(const std::map<std::string, std::string>& values) { Section() = values; }
 };
@@ -61,9 +61,9 @@ TEST_F(RegisterLibraryTest, UnreadableCountsStartAFreshList) {
   EXPECT_EQ(Section()["COUNT"], "1");
 
   // Other sections and applications are left alone.
-  host->settings[LibraryTestHost::Section("Harbour", "Other")]["COUNT"] = "9";
+  host->settings[RecordingHost::Section("Harbour", "Other")]["COUNT"] = "9";
   registrar.Register("Harbour", "Libraries", "C.X");
-  EXPECT_EQ(host->settings[LibraryTestHost::Section("Harbour", "Other")]["COUNT"], "9");
+  EXPECT_EQ(host->settings[RecordingHost::Section("Harbour", "Other")]["COUNT"], "9");
 }
 
 }  // namespace

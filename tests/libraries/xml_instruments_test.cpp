@@ -9,7 +9,6 @@
 #include "corvale/core/node_access.h"
 #include "corvale/core/registry.h"
 #include "corvale/libraries/library_support.h"
-#include "tests/libraries/library_test_support.h"
 #include "tests/support/test_support.h"
 
 namespace corvale {
@@ -173,9 +172,9 @@ TEST_F(XmlInstrumentsTest, CatalogueIndexFollowsEveryChange) {
 }
 
 TEST_F(XmlInstrumentsTest, IconRuleAsksTheHostForTheRightIcon) {
-  auto host = std::make_shared<LibraryTestHost>();
+  auto host = std::make_shared<RecordingHost>();
   ScopedHostServices scope(host);
-  using Requests = std::vector<std::pair<std::string, std::string>>;
+  using Requests = RecordingHost::Requests;
   auto requests = [&] {
     Requests library;  // instruments ask for their own icons in the group "HALDEN"
     for (const auto& request : host->iconRequests)

@@ -9,6 +9,7 @@
 #include <stdexcept>
 
 #include "corvale/core/error.h"
+#include "corvale/core/registry.h"
 
 namespace corvale::test {
 namespace fs = std::filesystem;
@@ -76,6 +77,14 @@ std::string ChildTexts(const xml::Node& element, std::initializer_list<std::stri
   std::string texts;
   for (std::string_view name : names) texts += "|" + ChildText(element, name);
   return texts.substr(names.size() ? 1 : 0);
+}
+
+InstrumentPtr NewInstrument(const std::string& catCode, const std::string& name) {
+  auto instrument =
+      std::dynamic_pointer_cast<IInstrument>(CreateObject("Corvale2.clsStdInstrument"));
+  instrument->CatCode(catCode);
+  if (!name.empty()) instrument->Name(name);
+  return instrument;
 }
 
 CliRun RunCli(const std::vector<std::string>& args) {
