@@ -5,7 +5,6 @@
 #include <memory>
 
 #include "corvale/core/error.h"
-#include "corvale/core/host.h"
 #include "tests/support/test_support.h"
 
 namespace corvale {
@@ -134,14 +133,6 @@ TEST(NodeAccess, DocumentsElementsAndLookUps) {
   EXPECT_EQ(declaration.nodeName(), "xml");
   EXPECT_EQ(declaration.nodeValue(), "version = \"1.0\" encoding=\"windows-1252\"");
 
-  int32_t users = FactoryUser::Count();
-  {
-    FactoryUser user;
-    FactoryUser copy = user;
-    EXPECT_EQ(FactoryUser::Count(), users + 2);
-    EXPECT_FALSE(FactoryDocument().isNull());
-  }
-  EXPECT_EQ(FactoryUser::Count(), users);
   EXPECT_EQ(CreateElement("CHANNEL").nodeName(), "CHANNEL");  // works without users too
 
   EXPECT_EQ(ParseNode("<A><B>x</B></A>").nodeName(), "A");
@@ -179,11 +170,6 @@ TEST(NodeAccess, EscapedProgramText) {
   EXPECT_EQ(UnescapeText(EscapeText(program)), program);
 }
 
-class WindowsHost : public HostServices {
- public:
-  std::string WindowsFolderName() override { return "C:\\WINDOWS"; }
-};
-
 TEST(NodeAccess, PathHelpers) {
   // A backslash is added once, to the trimmed text; text that ends in one once trimmed stays.
   for (auto [before, after] : {std::pair{"C:\\LIB  ", "C:\\LIB\\"},
@@ -195,8 +181,6 @@ TEST(NodeAccess, PathHelpers) {
     EXPECT_EQ(path, after) << before;
   }
   EXPECT_EQ(StripNull(std::string("abc\0def", 7)), "abc");
-  ScopedHostServices host(std::make_shared<WindowsHost>());
-  EXPECT_EQ(WindowsFolder(), "C:\\WINDOWS\\");
 }
 
 }  // namespace
