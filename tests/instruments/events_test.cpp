@@ -69,12 +69,6 @@ TEST(Event, ConditionCodeWritesTheOperandTypesItTakes) {
   EXPECT_EQ(ChildText(element, "ENABLED"), "-1");
   event->Enabled(false);
   EXPECT_EQ(ChildText(element, "ENABLED"), "(absent)");
-
-  // The condition texts users see.
-  EXPECT_EQ(EventConditions().size(), 24u);
-  EXPECT_EQ(ConditionText(2) + "|" + ConditionText(7) + "|" + ConditionText(11) + "|" +
-                ConditionText(15) + "|" + ConditionText(20) + "|" + ConditionText(24),
-            "Channel A > B|ChanA <> B|ChanA != ChanB|DELTA Event A|Event A TRUE for B Scans|");
 }
 
 TEST(Events, KeysTakeTheFirstFreeTwoDigitNumber) {

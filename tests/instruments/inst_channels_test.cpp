@@ -91,14 +91,6 @@ TEST(InstChannel, NewChannelReadsItsDefaultsAndWritesOnlyTheNonEmptyOnes) {
   channel->InputDataType(12);  // unknown: kept, the size left alone
   EXPECT_EQ(channel->InputDataType(), 12);
   EXPECT_EQ(channel->NumberBytes(), 1);
-
-  // The names users see for the type codes.
-  EXPECT_EQ(DataTypes().size(), 9u);
-  EXPECT_EQ(DataTypeName(3) + "|" + DataTypeName(7) + "|" + DataTypeName(8) + "|" + DataTypeName(9),
-            "Signed Word|SP Floating point|DP Floating point|");
-  EXPECT_EQ(ChannelTypes().size(), 7u);
-  EXPECT_EQ(ChannelTypeName(1) + "|" + ChannelTypeName(4) + "|" + ChannelTypeName(-1),
-            "Analogue|SDI-12|");
 }
 
 TEST(InstChannels, KeysAreGeneratedIntoGapsAndRepeatsAreRefused) {
