@@ -9,6 +9,7 @@
 namespace {
 
 using corvale::test::CliRun;
+using corvale::test::Contains;
 using corvale::test::ReadFile;
 using corvale::test::RunCli;
 using corvale::test::TempDir;
@@ -62,10 +63,10 @@ TEST(CheckCommand, UsageErrorsHelpAndVersion) {
     CliRun run = RunCli(args);
     EXPECT_EQ(run.status, 2) << (args.empty() ? "" : args.front());
     EXPECT_EQ(run.out, "");
-    EXPECT_NE(run.err.find("usage: corvale"), std::string::npos) << run.err;
+    EXPECT_TRUE(Contains(run.err, "usage: corvale")) << run.err;
   }
-  EXPECT_NE(RunCli({"frobnicate"}).err.find("unknown command 'frobnicate'"), std::string::npos);
-  EXPECT_NE(RunCli({"check"}).err.find("usage: corvale check FILE..."), std::string::npos);
+  EXPECT_TRUE(RunCli({"frobnicate"}).Says("unknown command 'frobnicate'"));
+  EXPECT_TRUE(RunCli({"check"}).Says("usage: corvale check FILE..."));
 
   CliRun help = RunCli({"--help"});
   EXPECT_EQ(help.status, 0);

@@ -8,45 +8,40 @@
 namespace corvale::cli {
 namespace {
 
-// Answers from a script, counting the questions.
-struct Script {
-  std::vector<std::optional<std::string>> lines;
-  int asked = 0;
-  TerminalHost::Ask Ask() {
-    return [this](std::string_view) -> std::optional<std::string> {
-      return asked < static_cast<int>(lines.size()) ? lines[asked++] : std::nullopt;
-    };
-  }
-};
-
-MsgAnswer Ask(Script& script, bool yes, MsgButtons buttons) {
-  TerminalHost host(yes, script.Ask());
-  return host.MessageBox("Merge 2 instruments into SITE?", "Merge", MsgIcon::Question, buttons);
-}
-
 TEST(TerminalHost, AsksConfirmsOrRefuses) {
-  Script cancel{{"c"}};
-  EXPECT_EQ(Ask(cancel, false, MsgButtons::OKCancel), MsgAnswer::Cancel);
-  Script ok{{" OK "}};
-  EXPECT_EQ(Ask(ok, false, MsgButtons::OKCancel), MsgAnswer::OK);
-  Script yesWord{{"yes"}};
-  EXPECT_EQ(Ask(yesWord, false, MsgButtons::OKCancel), MsgAnswer::OK);
-  // Unclear answers are asked again; no answer at all refuses.
-  Script retry{{"maybe", "", "o"}};
-  EXPECT_EQ(Ask(retry, false, MsgButtons::OKCancel), MsgAnswer::OK);
-  EXPECT_EQ(retry.asked, 3);
-  Script nobody{{}};
-  EXPECT_EQ(Ask(nobody, false, MsgButtons::OKCancel), MsgAnswer::Cancel);
-  EXPECT_EQ(Ask(nobody, false, MsgButtons::YesNo), MsgAnswer::No);
-  Script no{{"n"}};
-  EXPECT_EQ(Ask(no, false, MsgButtons::YesNoCancel), MsgAnswer::No);
-
-  // --yes answers the first button without asking; a plain notice asks nothing either.
-  Script silent{{"c"}};
-  EXPECT_EQ(Ask(silent, true, MsgButtons::OKCancel), MsgAnswer::OK);
-  EXPECT_EQ(Ask(silent, true, MsgButtons::YesNo), MsgAnswer::Yes);
-  EXPECT_EQ(Ask(silent, false, MsgButtons::OK), MsgAnswer::OK);
-  EXPECT_EQ(silent.asked, 0);
+  struct Case {
+    std::vector<std::optional<std::string>> lines;  // the answers typed; none: end of input
+    bool yes;                                       // --yes given
+    MsgButtons buttons;
+    MsgAnswer answer;
+    int asked;
+  };
+  using B = MsgButtons;
+  using A = MsgAnswer;
+  for (const Case& c : std::vector<Case>{{{"c"}, false, B::OKCancel, A::Cancel, 1},
+                                         {{" OK "}, false, B::OKCancel, A::OK, 1},
+                                         {{"yes"}, false, B::OKCancel, A::OK, 1},
+                                         // Unclear answers are asked again.
+                                         {{"maybe", "", "o"}, false, B::OKCancel, A::OK, 3},
+                                         // No answer at all refuses.
+                                         {{}, false, B::OKCancel, A::Cancel, 0},
+                                         {{}, false, B::YesNo, A::No, 0},
+                                         {{"n"}, false, B::YesNoCancel, A::No, 1},
+                                         // --yes answers the first button without asking; a
+                                         // plain notice asks nothing either.
+                                         {{"c"}, true, B::OKCancel, A::OK, 0},
+                                         {{"c"}, true, B::YesNo, A::Yes, 0},
+                                         {{"c"}, false, B::OK, A::OK, 0}}) {
+    int asked = 0;
+    TerminalHost host(c.yes, [&](std::string_view) -> std::optional<std::string> {
+      return asked < static_cast<int>(c.lines.size()) ? c.lines[asked++] : std::nullopt;
+    });
+    EXPECT_EQ(
+        host.MessageBox("Merge 2 instruments into SITE?", "Merge", MsgIcon::Question, c.buttons),
+        c.answer)
+        << (c.lines.empty() ? "" : c.lines[0].value_or(""));
+    EXPECT_EQ(asked, c.asked);
+  }
 }
 
 TEST(CliArguments, OptionsFlagsAndOperands) {

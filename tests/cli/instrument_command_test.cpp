@@ -11,6 +11,7 @@ namespace {
 
 using corvale::test::CliRun;
 using corvale::test::Contains;
+using corvale::test::Missing;
 using corvale::test::ReadFile;
 using corvale::test::TempDir;
 using corvale::test::WriteFile;
@@ -21,6 +22,7 @@ CliRun Corvale(std::vector<std::string> args) {
   return corvale::test::RunCli(args);
 }
 
+const std::vector<std::string> None;
 const std::string kSample = std::string(CORVALE_SOURCE_DIR) + "/examples/sample_library.xml";
 
 TEST(InstrumentCommand, ListsEveryInstrumentOfTheSampleLibraryOnOneLine) {
@@ -44,38 +46,32 @@ TEST(InstrumentCommand, PrintsOneInstrumentInFull) {
   const std::string before = ReadFile(kSample);
   CliRun relay = Corvale({kSample, "rly01"});
   ASSERT_EQ(relay.status, 0) << relay.err;
-  const std::string& out = relay.out;
-  EXPECT_TRUE(Contains(out, "Instrument RLY01\n")) << out;
-  EXPECT_TRUE(Contains(out, "  Name:           Alarm relay\n")) << out;
-  EXPECT_TRUE(Contains(out, "Channels (1)\n  1. CHAN_0 \"Watched level\"\n")) << out;
-  EXPECT_TRUE(Contains(out, "channel type: Internal (6); data type: SP Floating point (7)")) << out;
-  EXPECT_TRUE(Contains(out, "condition: Channel A > B (2); A: CHAN_0 (channel); B: 2.5 (constant)"))
-      << out;
-  EXPECT_TRUE(Contains(out, "Outputs (1)\n  1. OUT_0 \"Alarm relay contact\"\n")) << out;
-  EXPECT_TRUE(Contains(out, "when true:\n         DIGITAL_OUT {OUT_0}, CLOSED\n")) << out;
-  EXPECT_TRUE(Contains(out, "Resource requests (0)\n")) << out;
-  // Program text is printed unescaped, a line of the logger program per line.
-  EXPECT_TRUE(Contains(out,
-                       "Program text:\n  .if pass==INIT_PASS\n  \tDIGITAL_OUT_INIT {OUT_0}, OPEN\n"
-                       "  .endif\n"))
-      << out;
-
+  EXPECT_EQ(
+      Missing(relay.out,
+              {"Instrument RLY01\n", "  Name:           Alarm relay\n",
+               "Channels (1)\n  1. CHAN_0 \"Watched level\"\n",
+               "channel type: Internal (6); data type: SP Floating point (7)",
+               "condition: Channel A > B (2); A: CHAN_0 (channel); B: 2.5 (constant)",
+               "Outputs (1)\n  1. OUT_0 \"Alarm relay contact\"\n",
+               "when true:\n         DIGITAL_OUT {OUT_0}, CLOSED\n", "Resource requests (0)\n",
+               // Program text is printed unescaped, a line of the logger program per line.
+               "Program text:\n  .if pass==INIT_PASS\n  \tDIGITAL_OUT_INIT {OUT_0}, OPEN\n"
+               "  .endif\n"}),
+      None)
+      << relay.out;
   CliRun probe = Corvale({kSample, "TMP100"});
-  ASSERT_EQ(probe.status, 0) << probe.err;
-  EXPECT_TRUE(Contains(probe.out,
-                       "units: \xC2\xB0"
-                       "C"))
-      << "windows-1252 text comes out as UTF-8";
-  EXPECT_TRUE(Contains(probe.out, "CDT settings (1)\n  1. CDT_0\n")) << probe.out;
-  EXPECT_TRUE(Contains(probe.out, "resource: EXCITATION; lock: None (0)")) << probe.out;
-
+  EXPECT_EQ(Missing(probe.out,
+                    {"units: \xC2\xB0"
+                     "C",  // windows-1252 text comes out as UTF-8
+                     "CDT settings (1)\n  1. CDT_0\n", "resource: EXCITATION; lock: None (0)"}),
+            None)
+      << probe.out;
   CliRun transducer = Corvale({kSample, "PRS420"});
-  EXPECT_TRUE(Contains(transducer.out, "Buddies (1)\n  1. examples/sample_library.xml|TMP100\n"))
+  EXPECT_EQ(Missing(transducer.out, {"Buddies (1)\n  1. examples/sample_library.xml|TMP100\n",
+                                     "Files (1)\n  1. LIB\\PRS420.INC\n",
+                                     "date: 2023-01-01 12:00:00", "lock: Exclusive Lock (1)"}),
+            None)
       << transducer.out;
-  EXPECT_TRUE(Contains(transducer.out, "Files (1)\n  1. LIB\\PRS420.INC\n")) << transducer.out;
-  EXPECT_TRUE(Contains(transducer.out, "date: 2023-01-01 12:00:00")) << transducer.out;
-  EXPECT_TRUE(Contains(transducer.out, "lock: Exclusive Lock (1)")) << transducer.out;
-
   EXPECT_EQ(ReadFile(kSample), before) << "printing materialises defaults in memory only";
 }
 
@@ -94,8 +90,7 @@ TEST(InstrumentCommand, FindsInstrumentsAnywhereButNotBuddyReferences) {
             "B \"\" family= version=1 base=Corvale2.clsStdInstrument channels=0 events=0 "
             "outputs=0\n");
 
-  CliRun full = Corvale({scheme, "B"});
-  EXPECT_TRUE(Contains(full.out, "Program text:\n  A\\B\n  C\n")) << full.out;
+  EXPECT_TRUE(Contains(Corvale({scheme, "B"}).out, "Program text:\n  A\\B\n  C\n"));
 
   const std::string empty = WriteFile("instrument/empty.xml", "<LOGGERS/>");
   CliRun none = Corvale({empty});
@@ -118,9 +113,7 @@ TEST(InstrumentCommand, ReportsErrorsWithTheirExitStatus) {
   EXPECT_EQ(bad.status, 1);
   EXPECT_TRUE(std::regex_search(bad.err, std::regex("^" + broken + ":3:[0-9]+: .+\n"))) << bad.err;
 
-  CliRun missing = Corvale({TempDir() + "/instrument/none.xml"});
-  EXPECT_EQ(missing.status, 1);
-
+  EXPECT_EQ(Corvale({TempDir() + "/instrument/none.xml"}).status, 1);
   EXPECT_EQ(Corvale({}).status, 2);
   EXPECT_EQ(Corvale({kSample, "A", "B"}).status, 2);
   EXPECT_EQ(Corvale({"--verbose", kSample}).status, 2);
