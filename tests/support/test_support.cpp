@@ -68,6 +68,14 @@ bool Contains(std::string_view text, std::string_view part) {
   return text.find(part) != std::string_view::npos;
 }
 
+std::vector<std::string> Missing(std::string_view text,
+                                 std::initializer_list<std::string_view> parts) {
+  std::vector<std::string> missing;
+  for (std::string_view part : parts)
+    if (!Contains(text, part)) missing.emplace_back(part);
+  return missing;
+}
+
 std::string ChildText(const xml::Node& element, std::string_view name) {
   const xml::Node child = element.selectSingleNode(name);
   return child ? child.text() : "(absent)";

@@ -32,6 +32,9 @@ std::string DataPath(std::string_view name);
 int32_t ErrorOf(const std::function<void()>& call, std::string* description = nullptr);
 
 bool Contains(std::string_view text, std::string_view part);
+// The parts that the text does not contain, in the order given.
+std::vector<std::string> Missing(std::string_view text,
+                                 std::initializer_list<std::string_view> parts);
 
 // The text of the element's first child of that name, or "(absent)" when it has none.
 std::string ChildText(const xml::Node& element, std::string_view name);
