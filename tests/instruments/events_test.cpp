@@ -9,6 +9,7 @@
 
 #include "corvale/core/convert.h"
 #include "corvale/core/error.h"
+#include "corvale/core/node_access.h"
 #include "corvale/core/xml.h"
 #include "tests/support/test_support.h"
 
@@ -20,10 +21,8 @@ using test::ChildTexts;
 using test::ErrorOf;
 
 std::shared_ptr<clsEvents> Bound(const std::string& body) {
-  xml::Document document = xml::Document::create();
-  EXPECT_TRUE(document.loadXML("<INSTRUMENT><EVENTS>" + body + "</EVENTS></INSTRUMENT>"));
   auto events = std::make_shared<clsEvents>();
-  events->XMLNode(document.documentElement().selectSingleNode("EVENTS"));
+  events->XMLNode(ParseNode("<INSTRUMENT><EVENTS>" + body + "</EVENTS></INSTRUMENT>").firstChild());
   return events;
 }
 

@@ -8,6 +8,7 @@
 #include <string>
 
 #include "corvale/core/error.h"
+#include "corvale/core/node_access.h"
 #include "corvale/core/xml.h"
 #include "tests/support/test_support.h"
 
@@ -19,9 +20,7 @@ using test::ChildTexts;
 using test::ErrorOf;
 
 xml::Node ChannelsIn(const std::string& body) {
-  xml::Document document = xml::Document::create();
-  EXPECT_TRUE(document.loadXML("<INSTRUMENT><CHANNELS>" + body + "</CHANNELS></INSTRUMENT>"));
-  return document.documentElement().selectSingleNode("CHANNELS");
+  return ParseNode("<INSTRUMENT><CHANNELS>" + body + "</CHANNELS></INSTRUMENT>").firstChild();
 }
 
 std::shared_ptr<clsInstChannels> Bound(const std::string& body) {

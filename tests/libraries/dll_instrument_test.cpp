@@ -112,7 +112,6 @@ TEST_F(DLLInstrumentTest, OnlyItsOwnFieldsLiveInTheElement) {
   EXPECT_EQ(instrument->Buddies()->Parent(), "SCH_3");
   instrument->Key("SCH_4");
   EXPECT_EQ(instrument->Resources()->Parent(), "SCH_4");
-  EXPECT_NE(instrument->Files(), nullptr);
 }
 
 TEST_F(DLLInstrumentTest, HooksGoToTheLoaderByNameAndSayYesWithoutOne) {

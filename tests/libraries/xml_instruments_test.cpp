@@ -78,6 +78,8 @@ TEST_F(XmlInstrumentsTest, NewLibraryAndRootPropertiesSaveAsWritten) {
   const std::string path = TempDir() + "/built.xml";
   library.Save(path);
   EXPECT_EQ(ReadFile(path).find("in memory only"), std::string::npos);
+  // Program text is kept on one line, escaped.
+  EXPECT_TRUE(Contains(ReadFile(path), "<INPCODE>.if pass==INIT_PASS\\n\\tnop\\n.endif</INPCODE>"));
 
   XMLInstruments reread;
   ASSERT_TRUE(reread.Load(path));

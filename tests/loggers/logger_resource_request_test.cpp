@@ -50,13 +50,6 @@ TEST(LoggerResourceList, RequestsGetFreeKeysAndKeepTheirParent) {
   list->XMLNode(ParseNode("<RESOURCES/>"));
   EXPECT_EQ(list->Count(), 0);
   EXPECT_TRUE(element.selectSingleNode("REQUEST").isNull());
-
-  EXPECT_EQ(ErrorOf([&] {
-              list->XMLNode(ParseNode(
-                  "<RESOURCES><REQUEST><KEY>A</KEY></REQUEST><REQUEST><KEY>a</KEY></REQUEST>"
-                  "</RESOURCES>"));
-            }),
-            err::kDuplicateKey);
 }
 
 TEST(LoggerResourceUsers, EmptyNamesAndRepeatedUsers) {
