@@ -96,6 +96,7 @@ InstrumentPtr XMLInstruments::Item(const Index& index) {
 InstrumentPtr XMLInstruments::LibraryItem(const Index& index) {
   xml::Node element = ElementAt(Position(index));
   if (!element) throw MissingInstrument("LibraryItem");
+  Watch(element);
 
   InstrumentPtr instrument =
       CreateInstrumentFromBaseClass(GetNodeText(element, "BASECLASS", "")).instrument;
@@ -124,6 +125,7 @@ InstrumentPtr XMLInstruments::Add(InstrumentPtr instrument) {
                          static_cast<int32_t>(instruments_.size() - 1));
     }
   }
+  Watch(element);
   instrument->Index(Count());
   return instrument;
 }
@@ -134,6 +136,7 @@ void XMLInstruments::Remove(const Index& index) {
   if (!element) throw MissingInstrument("Remove");
   root_.removeChild(element);
   instruments_.erase(instruments_.begin() + position);
+  std::erase_if(watched_, [&](const auto& watched) { return watched.first == element; });
   codeIndexStale_ = true;
 }
 
@@ -141,6 +144,7 @@ void XMLInstruments::Clear() {
   for (const xml::Node& element : instruments_) root_.removeChild(element);
   instruments_.clear();
   codeIndex_.clear();
+  watched_.clear();
   codeIndexStale_ = true;
 }
 
@@ -175,6 +179,7 @@ int32_t XMLInstruments::Position(const Index& index) {
 
 int32_t XMLInstruments::PositionOfCode(const std::string& code) {
   const std::string key = UpperCase(code);
+  if (!codeIndexStale_ && WatchedCodeChanged()) codeIndexStale_ = true;
   for (int attempt = 0; attempt < 2; ++attempt) {
     const bool fresh = codeIndexStale_;
     if (codeIndexStale_) RebuildCodeIndex();
@@ -196,7 +201,22 @@ void XMLInstruments::RebuildCodeIndex() {
     codeIndex_.emplace(UpperCase(GetNodeText(instruments_[i], "CATCODE", "")),
                        static_cast<int32_t>(i));
   }
+  for (auto& [element, seen] : watched_) seen = UpperCase(GetNodeText(element, "CATCODE", ""));
   codeIndexStale_ = false;
+}
+
+void XMLInstruments::Watch(const xml::Node& element) {
+  for (const auto& watched : watched_) {
+    if (watched.first == element) return;  // keeps the code the index saw, not today's
+  }
+  watched_.emplace_back(element, UpperCase(GetNodeText(element, "CATCODE", "")));
+}
+
+bool XMLInstruments::WatchedCodeChanged() const {
+  for (const auto& [element, seen] : watched_) {
+    if (UpperCase(GetNodeText(element, "CATCODE", "")) != seen) return true;
+  }
+  return false;
 }
 
 void XMLInstruments::Reselect() {

@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <string>
 #include <unordered_map>
+#include <utility>
 #include <vector>
 
 #include "corvale/core/host.h"
@@ -75,6 +76,8 @@ class XMLInstruments : public IInstruments {
   int32_t Position(const Index& index);
   int32_t PositionOfCode(const std::string& code);
   void RebuildCodeIndex();
+  void Watch(const xml::Node& element);
+  bool WatchedCodeChanged() const;
   void Reselect();
   xml::Node ElementAt(int32_t position) const;
 
@@ -89,6 +92,10 @@ class XMLInstruments : public IInstruments {
   // checked against the element and a miss rebuilds the index once.
   std::unordered_map<std::string, int32_t> codeIndex_;
   bool codeIndexStale_ = true;
+  // The elements handed out live (LibraryItem, Add), each with the upper-cased code the index
+  // last saw on it. A changed one makes the index stale even when a hit still checks out: an
+  // earlier instrument may now carry that code, and the first one holding it is the answer.
+  std::vector<std::pair<xml::Node, std::string>> watched_;
 };
 
 }  // namespace corvale

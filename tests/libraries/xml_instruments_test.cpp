@@ -157,6 +157,9 @@ TEST_F(XmlInstrumentsTest, CatalogueIndexFollowsEveryChange) {
   library.Add(library.LibraryItem("X"));
   EXPECT_EQ(library.Count(), 3);
   EXPECT_EQ(library.Item("x")->Name(), "twin");
+  // An earlier instrument given that code through its element is the first from then on.
+  library.LibraryItem(1)->CatCode("X");
+  EXPECT_EQ(library.Item("X")->Name(), "D");
 
   library.Clear();
   EXPECT_EQ(library.Item("C"), nullptr);
