@@ -127,7 +127,9 @@ class clsDLLInstrument : public IInstrument {
   std::string family_;
   std::string keywords_;
   ObjectPtr loader_;
-  ObjectPtr owner_;
+  // The owner is a link up the tree: the scheme owns its instruments, and a strong link back
+  // would keep both alive for ever.
+  std::weak_ptr<Object> owner_;
   std::shared_ptr<clsInstChannels> channels_;
   std::shared_ptr<clsCDTSettings> cdt_settings_;
   std::shared_ptr<clsOutputs> outputs_;

@@ -106,8 +106,13 @@ TEST_F(DLLInstrumentTest, OnlyItsOwnFieldsLiveInTheElement) {
   instrument->ReadOnly(true);
   EXPECT_TRUE(instrument->Changed());
 
-  // Install creates the collections and hands them the key.
-  instrument->Install(nullptr);
+  // Install creates the collections and hands them the key; the owner is not kept alive by
+  // its instrument (a scheme that owns the instrument would never be released).
+  auto owner = std::make_shared<Object>();
+  std::weak_ptr<Object> watch = owner;
+  instrument->Install(owner);
+  owner.reset();
+  EXPECT_TRUE(watch.expired());
   EXPECT_EQ(instrument->CDTSettings()->Parent(), "SCH_3");
   EXPECT_EQ(instrument->Buddies()->Parent(), "SCH_3");
   instrument->Key("SCH_4");
