@@ -115,7 +115,9 @@ InstrumentPtr XMLInstruments::Add(InstrumentPtr instrument) {
   if (!element) throw Error(err::kObjectNotSet, "No instrument to add", "XMLInstruments:Add");
   const bool wasHere = element.parentNode() == root_;
   root_.appendChild(element);
-  if (wasHere || !root_) {
+  // Only INSTRUMENT children are instruments: an element of another name is appended but
+  // not counted.
+  if (wasHere || !root_ || element.nodeName() != kInstrumentName) {
     Reselect();
   } else {
     // Appending changes nothing before the new element: the list and index stay valid.
