@@ -60,4 +60,15 @@ bool clsRegisterLibrary::Register(std::string_view appName, std::string_view sec
   return false;
 }
 
+Variant clsRegisterLibrary::Invoke(std::string_view member, const Args& args) {
+  static const MemberTable<clsRegisterLibrary> members = {
+      {"Register",
+       [](clsRegisterLibrary& self, const Args& a) -> Variant {
+         ExpectArgs(a, 3);
+         return Variant(self.Register(a[0].ToString(), a[1].ToString(), a[2].ToString()));
+       }},
+  };
+  return members.Invoke(*this, member, args);
+}
+
 }  // namespace corvale

@@ -19,6 +19,8 @@ class clsRegisterLibrary : public Object {
 
   // The start-up list in order, empty entries left out.
   static std::vector<std::string> StartupList(std::string_view appName, std::string_view section);
+
+  Variant Invoke(std::string_view member, const Args& args = {}) override;
 };
 
 }  // namespace corvale

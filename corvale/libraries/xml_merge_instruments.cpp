@@ -164,4 +164,44 @@ MergeResult XMLMergeInstruments::MergeInstruments() {
   return result;
 }
 
+Variant XMLMergeInstruments::Invoke(std::string_view member, const Args& args) {
+  using T = XMLMergeInstruments;
+  using M = MemberTable<T>;
+  static const M members = {
+      {"Name", M::Property(&T::Name, &T::Name)},
+      {"Description", M::Property(&T::Description, &T::Description)},
+      {"Version", M::Property(&T::Version, &T::Version)},
+      {"Target", M::Property(&T::Target, &T::Target)},
+      {"Provider", M::Property(&T::Provider, &T::Provider)},
+      {"UserName", M::Property(&T::UserName, &T::UserName)},
+      {"LicenseText", M::Property(&T::LicenseText, &T::LicenseText)},
+      {"Libraries",
+       [](T& self, const Args& a) -> Variant {
+         if (a.empty()) return Variant(self.Libraries());
+         ExpectArgs(a, 1);
+         self.Libraries(a[0].ToObjectAs<clsLibraries>());
+         return {};
+       }},
+      {"Instruments", M::Getter(&T::Instruments)},
+      {"Load",
+       [](T& self, const Args& a) -> Variant {
+         ExpectArgs(a, 1);
+         return Variant(self.Load(a[0].ToString()));
+       }},
+      {"Save",
+       [](T& self, const Args& a) -> Variant {
+         ExpectArgs(a, 1);
+         self.Save(a[0].ToString());
+         return {};
+       }},
+      {"MergeInstruments",
+       [](T& self, const Args& a) -> Variant {
+         ExpectArgs(a, 0);
+         self.MergeInstruments();
+         return {};
+       }},
+  };
+  return members.Invoke(*this, member, args);
+}
+
 }  // namespace corvale

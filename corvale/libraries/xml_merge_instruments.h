@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "corvale/core/node_access.h"
 #include "corvale/core/object.h"
 #include "corvale/core/xml.h"
 #include "corvale/libraries/libraries.h"
@@ -67,7 +68,11 @@ class XMLMergeInstruments : public Object {
   // Why the last Load did not parse (errorCode 0 when it did).
   const xml::ParseError& ParseError() const;
 
+  Variant Invoke(std::string_view member, const Args& args = {}) override;
+
  private:
+  // It refers to the library set, whose elements come from the shared factory document.
+  FactoryUser factory_user_;
   xml::Document document_;
   xml::Node merge_;
   std::shared_ptr<XMLInstruments> instruments_;

@@ -188,6 +188,12 @@ TEST_F(MergeTest, MergeFileLayoutsAndFailures) {
   merge.Target("Nowhere.Library");
   EXPECT_EQ(ErrorOf([&] { merge.MergeInstruments(); }), err::kObjectNotSet);
   EXPECT_TRUE(host->boxes.empty());
+
+  // Hosts create it by class name and call it by member name.
+  ObjectPtr late = CreateObject("Corvale2.XMLMergeInstruments");
+  ASSERT_TRUE(late->Invoke("Load", {saved}).ToBool());
+  EXPECT_EQ(late->Invoke("UserName").ToString(), "harbour master");
+  EXPECT_EQ(ErrorOf([&] { late->Invoke("MergeInstruments"); }), err::kObjectNotSet);
 }
 
 }  // namespace

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "corvale/core/registry.h"
 #include "tests/support/test_support.h"
 
 namespace corvale {
@@ -64,6 +65,11 @@ TEST_F(RegisterLibraryTest, UnreadableCountsStartAFreshList) {
   host->settings[RecordingHost::Section("Harbour", "Other")]["COUNT"] = "9";
   registrar.Register("Harbour", "Libraries", "C.X");
   EXPECT_EQ(host->settings[RecordingHost::Section("Harbour", "Other")]["COUNT"], "9");
+
+  // Hosts create it by class name and call it by member name.
+  ObjectPtr late = CreateObject("Corvale2.clsRegisterLibrary");
+  EXPECT_FALSE(late->Invoke("register", {"Harbour", "Libraries", "D.X"}).ToBool());
+  EXPECT_EQ(clsRegisterLibrary::StartupList("Harbour", "Libraries").back(), "D.X");
 }
 
 }  // namespace
