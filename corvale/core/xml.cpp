@@ -7,6 +7,8 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <memory>
+#include <optional>
 #include <utility>
 
 #include "corvale/core/error.h"
@@ -26,6 +28,61 @@ struct NodeAccess {
 namespace {
 
 Node Wrap(NodeImpl* impl) { return NodeAccess::Make(impl); }
+
+// A file read a piece at a time, so that a load holds no copy of the whole file.
+class FileSource : public ByteSource {
+ public:
+  explicit FileSource(const std::string& path) : file_(std::fopen(path.c_str(), "rb")) {
+    if (!file_) failure_ = errno;
+  }
+  ~FileSource() override {
+    if (file_) std::fclose(file_);
+  }
+  FileSource(const FileSource&) = delete;
+  FileSource& operator=(const FileSource&) = delete;
+
+  std::string_view Next(size_t n) override {
+    if (failure_) return {};
+    if (capacity_ < n) {
+      buffer_ = std::make_unique_for_overwrite<char[]>(n);
+      capacity_ = n;
+    }
+    size_t got = std::fread(buffer_.get(), 1, n, file_);
+    if (got < n && std::ferror(file_)) {
+      failure_ = errno ? errno : EIO;
+      return {};
+    }
+    return {buffer_.get(), got};
+  }
+  bool Failed() const override { return failure_ != 0; }
+  // Only a regular file knows its size; pipes and the like are read until they end.
+  std::optional<size_t> Size() const override {
+    struct stat st;
+    if (failure_ || ::fstat(fileno(file_), &st) != 0 || !S_ISREG(st.st_mode)) return std::nullopt;
+    return static_cast<size_t>(st.st_size);
+  }
+  void Rewind() override {
+    if (!failure_ && std::fseek(file_, 0, SEEK_SET) != 0) failure_ = errno ? errno : EIO;
+  }
+  // Read again only for an error report; empty when that fails.
+  std::string_view All() override {
+    whole_.clear();
+    if (!failure_ && std::fseek(file_, 0, SEEK_SET) == 0) {
+      char piece[1 << 16];
+      size_t n;
+      while ((n = std::fread(piece, 1, sizeof piece, file_)) > 0) whole_.append(piece, n);
+    }
+    return whole_;
+  }
+  int failure() const { return failure_; }
+
+ private:
+  std::FILE* file_;
+  int failure_ = 0;
+  std::unique_ptr<char[]> buffer_;
+  size_t capacity_ = 0;
+  std::string whole_;
+};
 
 [[noreturn]] void Invalid(const char* what) {
   throw Error(err::kInvalidProcedureCall,
@@ -448,30 +505,14 @@ Node Document::createProcessingInstruction(std::string_view target, std::string_
 bool Document::load(const std::string& path) {
   if (!impl_) return false;
   ParseError& error = impl_->docData()->error;
-  std::FILE* f = std::fopen(path.c_str(), "rb");
-  std::string bytes;
-  int failure = 0;
-  if (!f) {
-    failure = errno;
-  } else {
-    struct stat st;
-    if (::fstat(fileno(f), &st) == 0 && st.st_size > 0) {
-      bytes.reserve(static_cast<size_t>(st.st_size));
-    }
-    char buf[1 << 16];
-    size_t n;
-    while ((n = std::fread(buf, 1, sizeof buf, f)) > 0) bytes.append(buf, n);
-    if (std::ferror(f)) failure = errno ? errno : EIO;
-    std::fclose(f);
-  }
-  if (failure) {
-    error = ParseError();
-    error.errorCode = failure == ENOENT ? err::kFileNotFound : err::kPathFileAccess;
-    error.reason = "cannot read '" + path + "': " + std::strerror(failure);
-    error.url = path;
-    return false;
-  }
-  return ParseDocument(impl_, bytes, path, error);
+  FileSource source(path);
+  if (!source.Failed() && ParseDocument(impl_, source, path, error)) return true;
+  if (!source.Failed()) return false;
+  error = ParseError();
+  error.errorCode = source.failure() == ENOENT ? err::kFileNotFound : err::kPathFileAccess;
+  error.reason = "cannot read '" + path + "': " + std::strerror(source.failure());
+  error.url = path;
+  return false;
 }
 
 bool Document::loadXML(std::string_view text) {

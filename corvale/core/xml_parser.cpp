@@ -2,6 +2,7 @@
 
 #include <expat.h>
 #include <sys/mman.h>
+#include <unistd.h>
 #ifdef __SSE2__
 #include <emmintrin.h>
 #endif
@@ -11,6 +12,7 @@
 #include <cstring>
 #include <exception>
 #include <memory>
+#include <optional>
 #include <vector>
 
 #include "corvale/core/xml_encoding.h"
@@ -51,27 +53,8 @@ size_t MaxUtf8Length(const SingleByteCodec& codec) {
   return most;
 }
 
-// The exact size of the UTF-8 form, so that the buffer is no larger than needed.
-size_t Utf8Size(std::string_view in, const SingleByteCodec& codec) {
-  const auto* p = reinterpret_cast<const unsigned char*>(in.data());
-  size_t n = in.size();
-  size_t size = n;
-  size_t i = 0;
-  for (; i + 8 <= n; i += 8) {
-    uint64_t word;
-    std::memcpy(&word, p + i, 8);
-    if (!(word & 0x8080808080808080ull)) continue;
-    for (size_t k = i; k < i + 8; ++k) {
-      if (p[k] >= 0x80 && codec.toUnicode[p[k]] >= 0) size += Utf8Length(codec.toUnicode[p[k]]) - 1;
-    }
-  }
-  for (; i < n; ++i) {
-    if (p[i] >= 0x80 && codec.toUnicode[p[i]] >= 0) size += Utf8Length(codec.toUnicode[p[i]]) - 1;
-  }
-  return size;
-}
-
-// Converts single-byte text to UTF-8 into out, which has room for Utf8Size bytes.
+// Converts single-byte text to UTF-8 into out, which has room for MaxUtf8Length bytes for
+// each byte of in.
 size_t Transcode(std::string_view in, char* out, const SingleByteCodec& codec) {
   size_t o = 0;
   const auto* p = reinterpret_cast<const unsigned char*>(in.data());
@@ -187,6 +170,7 @@ struct Frame {
   const Name* lastChild;  // name of the last child element so far
   bool hasElement;
   bool pendingBlank;  // holds blank text that goes if an element child follows
+  size_t at;          // where its start tag stands in the whole-input buffer
 };
 
 bool SameName(const Name* n, const char* s) {
@@ -197,10 +181,8 @@ bool SameName(const Name* n, const char* s) {
 
 class Builder {
  public:
-  // codec: the declared single-byte code page, which the builder converts to UTF-8 itself.
-  Builder(NodeImpl* doc, std::string_view input, const SingleByteCodec* codec)
-      : doc_(doc), root_(NewNode(NodeType::Document, doc)), input_(input), codec_(codec) {
-    parser_ = XML_ParserCreate_MM(codec ? "UTF-8" : nullptr, &kMemory, nullptr);
+  explicit Builder(NodeImpl* doc) : doc_(doc), root_(NewNode(NodeType::Document, doc)) {
+    parser_ = XML_ParserCreate_MM(nullptr, &kMemory, nullptr);
     if (!parser_) {
       DestroySubtree(root_);
       throw std::bad_alloc();
@@ -223,36 +205,73 @@ class Builder {
     if (root_) DestroySubtree(root_);
   }
 
-  bool Parse(const std::string& url, ParseError& error) {
-    // One final buffer: expat keeps its position bookkeeping for the end then. Expat copies
-    // any input into its own buffer, so a code page is converted straight into that buffer.
-    XML_Status status = XML_STATUS_OK;
-    // For a code page: room for the longest conversion, without a counting pass over the
-    // input; the pages never written are never touched.
-    size_t size = codec_ ? input_.size() * MaxUtf8Length(*codec_) : input_.size();
-    if (size < kOneBuffer) {
+  enum class Outcome { Done, Failed, Again };
+
+  // The usual way: the whole input in one expat buffer and one final parse, which spares
+  // expat the line bookkeeping it does between pieces (a sixth of the load). The input behind
+  // the parse is handed back to the system as the tree grows (Release). Again: read the input
+  // from its start and parse it in pieces.
+  Outcome ParseWhole(ByteSource& source, size_t total, const std::string& url, ParseError& error) {
+    std::string_view piece = source.Next(std::min(kParseChunk, total));
+    Start(piece);
+    size_t room = total * maxUtf8_;
+    if (room > kWholeLimit) return Outcome::Again;
+    auto* buffer = static_cast<char*>(XML_GetBuffer(parser_, static_cast<int>(room)));
+    if (!buffer) throw std::bad_alloc();
+    size_t used = 0;
+    for (size_t read = 0; !piece.empty();) {
       if (codec_) {
-        void* buffer = XML_GetBuffer(parser_, static_cast<int>(size));
-        if (!buffer) throw std::bad_alloc();
-        size_t n = Transcode(input_, static_cast<char*>(buffer), *codec_);
-        status = XML_ParseBuffer(parser_, static_cast<int>(n), XML_TRUE);
+        used += Transcode(piece, buffer + used, *codec_);
       } else {
-        status = XML_Parse(parser_, input_.data(), static_cast<int>(size), XML_TRUE);
+        std::memcpy(buffer + used, piece.data(), piece.size());
+        used += piece.size();
       }
-    } else {
-      std::string converted;
-      std::string_view bytes = input_;
-      if (codec_) bytes = converted = Converted();
-      for (size_t done = 0; status == XML_STATUS_OK && done < bytes.size();) {
-        size_t n = std::min(kOneBuffer, bytes.size() - done);
-        done += n;
-        status =
-            XML_Parse(parser_, bytes.data() + done - n, static_cast<int>(n), done == bytes.size());
-      }
+      read += piece.size();
+      piece = source.Next(read < total ? std::min(kParseChunk, total - read) : 1);
+      if (read >= total && !piece.empty()) return Outcome::Again;  // the file grew meanwhile
     }
+    if (source.Failed()) return Outcome::Failed;
+    base_ = buffer;
+    released_ = AlignUp(reinterpret_cast<uintptr_t>(buffer), PageSize());
+    nextRelease_ = kReleaseStep;
+    XML_Status status = XML_ParseBuffer(parser_, static_cast<int>(used), XML_TRUE);
     if (failure_) std::rethrow_exception(failure_);
     if (status != XML_STATUS_OK) {
-      Report(url, error);
+      // Expat's line count would read input already handed back.
+      if (releasedAny_) return Outcome::Again;
+      Report(source.All(), url, error);
+      return Outcome::Failed;
+    }
+    Commit();
+    error = ParseError();
+    return Outcome::Done;
+  }
+
+  // Input of unknown or huge size, and input read again: expat keeps only the unparsed tail of
+  // a piece between calls, and its positions run on across them.
+  bool ParseInPieces(ByteSource& source, const std::string& url, ParseError& error) {
+    std::string_view piece = source.Next(kParseChunk);
+    Start(piece);
+    // UTF-8 and UTF-16 sequences split between two pieces are expat's to join; the code pages
+    // converted here have one byte a character.
+    XML_Status status = XML_STATUS_OK;
+    while (status == XML_STATUS_OK && !piece.empty()) {
+      if (codec_) {
+        void* buffer = XML_GetBuffer(parser_, static_cast<int>(piece.size() * maxUtf8_));
+        if (!buffer) throw std::bad_alloc();
+        size_t n = Transcode(piece, static_cast<char*>(buffer), *codec_);
+        status = XML_ParseBuffer(parser_, static_cast<int>(n), XML_FALSE);
+      } else {
+        status = XML_Parse(parser_, piece.data(), static_cast<int>(piece.size()), XML_FALSE);
+      }
+      if (status == XML_STATUS_OK) piece = source.Next(kParseChunk);
+    }
+    if (failure_) std::rethrow_exception(failure_);
+    if (source.Failed()) return false;
+    if (status == XML_STATUS_OK) status = XML_Parse(parser_, nullptr, 0, XML_TRUE);
+    if (failure_) std::rethrow_exception(failure_);
+    if (status != XML_STATUS_OK) {
+      Report(source.All(), url, error);
       return false;
     }
     Commit();
@@ -260,8 +279,57 @@ class Builder {
     return true;
   }
 
+  // The largest buffer that expat's sizes (int, grown by doubling) can hold.
+  static constexpr size_t kWholeLimit = INT_MAX / 2;
+
  private:
   static Builder& Self(void* data) { return *static_cast<Builder*>(data); }
+
+  // head: the first bytes of the input.
+  void Start(std::string_view head) {
+    // Expat reads code pages it does not know one character at a time through a callback; a
+    // table-driven conversion to UTF-8 on the way in is several times faster.
+    codec_ = DeclaredCodec(head);
+    if (codec_) {
+      XML_SetEncoding(parser_, "UTF-8");
+      maxUtf8_ = MaxUtf8Length(*codec_);
+    }
+  }
+
+  static uintptr_t PageSize() {
+    static const uintptr_t size = static_cast<uintptr_t>(sysconf(_SC_PAGESIZE));
+    return size;
+  }
+  static uintptr_t AlignUp(uintptr_t p, uintptr_t page) { return (p + page - 1) & ~(page - 1); }
+
+  // Hands back the pages of the whole-input buffer that lie well behind the parse. Expat does
+  // not read parsed input again, except the raw names of the open elements, which it compares
+  // with their end tags: the pages holding those stay.
+  void Release(size_t at) {
+    nextRelease_ = at + kReleaseStep;
+    if (at < kReleaseMargin) return;
+    uintptr_t page = PageSize();
+    auto base = reinterpret_cast<uintptr_t>(base_);
+    uintptr_t end = (base + at - kReleaseMargin) & ~(page - 1);
+    uintptr_t from = released_;
+    for (const Frame& f : stack_) {
+      // The raw name follows "<" and is at most twice its UTF-8 length (UTF-16 input).
+      uintptr_t keepFrom = (base + f.at) & ~(page - 1);
+      uintptr_t keepTo = AlignUp(base + f.at + 2 * (f.node->name->size + 2), page);
+      if (keepTo <= from) continue;
+      if (keepFrom >= end) break;
+      if (keepFrom > from) Discard(from, keepFrom);
+      from = keepTo;
+    }
+    if (from < end) Discard(from, end);
+    released_ = std::max(released_, end);
+  }
+  void Discard(uintptr_t from, uintptr_t to) {
+    if (madvise(reinterpret_cast<void*>(from), to - from, MADV_DONTNEED) == 0) releasedAny_ = true;
+  }
+
+  static constexpr size_t kReleaseStep = size_t{1} << 20;
+  static constexpr size_t kReleaseMargin = size_t{64} << 10;
 
   // Exceptions must not cross expat's C frames: keep the first and stop.
   template <typename F>
@@ -349,7 +417,10 @@ class Builder {
         tail = &a->next;
         a->value.assign(atts[i + 1]);
       }
-      b.stack_.push_back({e, nullptr, false, false});
+      size_t at = 0;
+      if (b.base_) at = static_cast<size_t>(XML_GetCurrentByteIndex(b.parser_));
+      b.stack_.push_back({e, nullptr, false, false, at});
+      if (b.base_ && at >= b.nextRelease_) b.Release(at);
     });
   }
 
@@ -409,11 +480,12 @@ class Builder {
     Builder& b = Self(data);
     b.Guard([&] {
       if (encoding) b.sourceEncoding_ = encoding;
-      XML_Index at = XML_GetCurrentByteIndex(b.parser_);
+      int offset = 0, size = 0;
+      const char* context = XML_GetInputContext(b.parser_, &offset, &size);
       int count = XML_GetCurrentByteCount(b.parser_);
       std::string raw;
-      if (at >= 0 && count > 0 && static_cast<size_t>(at) + count <= b.input_.size()) {
-        for (char c : b.input_.substr(static_cast<size_t>(at), static_cast<size_t>(count))) {
+      if (context && offset >= 0 && count > 0 && count <= size - offset) {
+        for (char c : std::string_view(context + offset, static_cast<size_t>(count))) {
           if (c != '\0') raw += c;  // the declaration is ASCII; UTF-16 adds zero bytes
         }
       }
@@ -439,7 +511,8 @@ class Builder {
     root_ = nullptr;
   }
 
-  void Report(const std::string& url, ParseError& error) {
+  // input: the whole document as read, for the offending line.
+  void Report(std::string_view input, const std::string& url, ParseError& error) {
     error = ParseError();
     error.url = url;
     if (tooDeep_) {
@@ -452,19 +525,16 @@ class Builder {
     }
     error.line = static_cast<int32_t>(XML_GetCurrentLineNumber(parser_));
     error.linepos = static_cast<int32_t>(XML_GetCurrentColumnNumber(parser_)) + 1;
+    // A byte position in what expat read: the converted text for a code page.
     XML_Index at = XML_GetCurrentByteIndex(parser_);
-    if (at < 0 || static_cast<size_t>(at) > input_.size())
-      at = static_cast<XML_Index>(input_.size());
-    error.srcText = codec_ ? SourceLine(Converted(), static_cast<size_t>(at), "UTF-8")
-                           : SourceLine(input_, static_cast<size_t>(at), sourceEncoding_);
-  }
-
-  static constexpr size_t kOneBuffer = size_t{1} << 30;
-
-  std::string Converted() const {
-    std::string out(Utf8Size(input_, *codec_), '\0');
-    out.resize(Transcode(input_, out.data(), *codec_));
-    return out;
+    size_t pos = at < 0 ? SIZE_MAX : static_cast<size_t>(at);
+    if (codec_) {
+      std::string converted(input.size() * maxUtf8_, '\0');
+      converted.resize(Transcode(input, converted.data(), *codec_));
+      error.srcText = SourceLine(converted, pos, "UTF-8");
+    } else {
+      error.srcText = SourceLine(input, pos, sourceEncoding_);
+    }
   }
 
   // The text of the line holding byte position at, in UTF-8.
@@ -499,9 +569,13 @@ class Builder {
 
   XML_Parser parser_ = nullptr;
   NodeImpl* doc_;
-  NodeImpl* root_;  // holds the new children until the parse succeeded
-  std::string_view input_;
-  const SingleByteCodec* codec_;
+  NodeImpl* root_;                          // holds the new children until the parse succeeded
+  const SingleByteCodec* codec_ = nullptr;  // the declared code page, converted here
+  size_t maxUtf8_ = 1;                      // the longest UTF-8 form of one of its bytes
+  char* base_ = nullptr;                    // the whole-input buffer, when parsing at once
+  uintptr_t released_ = 0;                  // the buffer is handed back up to here
+  size_t nextRelease_ = 0;
+  bool releasedAny_ = false;
   std::vector<Frame> stack_;
   std::string text_;
   std::string cdata_;
@@ -513,14 +587,41 @@ class Builder {
   std::exception_ptr failure_;
 };
 
+class TextSource : public ByteSource {
+ public:
+  explicit TextSource(std::string_view text) : text_(text) {}
+  std::string_view Next(size_t n) override {
+    std::string_view piece = text_.substr(done_, n);
+    done_ += piece.size();
+    return piece;
+  }
+  std::string_view All() override { return text_; }
+  std::optional<size_t> Size() const override { return text_.size(); }
+  void Rewind() override { done_ = 0; }
+
+ private:
+  std::string_view text_;
+  size_t done_ = 0;
+};
+
 }  // namespace
+
+bool ParseDocument(NodeImpl* doc, ByteSource& source, const std::string& url, ParseError& error) {
+  std::optional<size_t> size = source.Size();
+  if (size && *size > 0) {
+    Builder builder(doc);
+    auto outcome = builder.ParseWhole(source, *size, url, error);
+    if (outcome != Builder::Outcome::Again) return outcome == Builder::Outcome::Done;
+    source.Rewind();
+  }
+  Builder builder(doc);
+  return builder.ParseInPieces(source, url, error);
+}
 
 bool ParseDocument(NodeImpl* doc, std::string_view bytes, const std::string& url,
                    ParseError& error) {
-  // Expat reads code pages it does not know one character at a time through a callback; a
-  // table-driven conversion to UTF-8 on the way in is several times faster.
-  Builder builder(doc, bytes, DeclaredCodec(bytes));
-  return builder.Parse(url, error);
+  TextSource source(bytes);
+  return ParseDocument(doc, source, url, error);
 }
 
 }  // namespace corvale::xml

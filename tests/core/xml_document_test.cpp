@@ -1,12 +1,16 @@
 // The XML tree's documents: load, parse errors, encodings, the saved form.
 #include <gtest/gtest.h>
 #include <sys/resource.h>
+#include <sys/stat.h>
 
 #include <csignal>
 #include <filesystem>
+#include <fstream>
+#include <thread>
 
 #include "corvale/core/error.h"
 #include "corvale/core/xml.h"
+#include "corvale/core/xml_parser.h"
 #include "tests/support/test_support.h"
 
 namespace corvale::xml {
@@ -249,6 +253,8 @@ TEST(XmlDocument, ParseErrorFieldsAndDocumentUnchanged) {
   EXPECT_EQ(doc.parseError().errorCode, 9);  // junk after document element
   EXPECT_EQ(doc.parseError().linepos, 5);
 
+  EXPECT_FALSE(doc.load(test::TempDir()));  // a folder
+  EXPECT_EQ(doc.parseError().errorCode, err::kPathFileAccess);
   EXPECT_FALSE(doc.load(test::TempDir() + "/missing.xml"));
   EXPECT_EQ(doc.parseError().errorCode, err::kFileNotFound);
   EXPECT_NE(doc.parseError().reason.find("missing.xml"), std::string::npos);
@@ -258,6 +264,82 @@ TEST(XmlDocument, ParseErrorFieldsAndDocumentUnchanged) {
   EXPECT_TRUE(doc.loadXML("<NEW/>"));
   EXPECT_EQ(doc.parseError().errorCode, 0);
   EXPECT_EQ(doc.documentElement().nodeName(), "NEW");
+}
+
+TEST(XmlDocument, LargeDocumentsLoadAndReportErrorsExactly) {
+  // Megabytes of items inside elements opened long before their end tags; the group opens on
+  // a later page than the root.
+  const int items = 120000;
+  std::string head = "<?xml version=\"1.0\" encoding=\"windows-1252\"?>\r\n<LIB>\r\n  <!--" +
+                     std::string(8000, '.') + "-->\r\n  <GROUP NAME=\"caf\xE9\">\r\n";
+  std::string body;
+  for (int i = 0; i < items; ++i) body += "    <ITEM>\x80 " + std::to_string(i) + "</ITEM>\r\n";
+  const std::string tail = "  </GROUP>\r\n</LIB>\r\n";
+  std::string path = test::WriteFile("large.xml", head + body + tail);
+  Document doc = Document::create();
+  ASSERT_TRUE(doc.load(path)) << doc.parseError().reason;
+  Node group = doc.documentElement().selectSingleNode("GROUP");
+  EXPECT_EQ(group.getAttribute("NAME"), "caf\xC3\xA9");
+  EXPECT_EQ(group.childNodes().size(), static_cast<size_t>(items));
+  EXPECT_EQ(group.lastChild().text(), "\xE2\x82\xAC 119999");
+  EXPECT_EQ(
+      Loaded(head + body + tail).documentElement().selectSingleNode("GROUP").childNodes().size(),
+      static_cast<size_t>(items));
+
+  // An error at the end gives its line, position and text, from a file and from text.
+  body.replace(body.rfind("</ITEM>"), 7, "</ITEX>");
+  path = test::WriteFile("large_broken.xml", head + body + tail);
+  for (bool fromFile : {true, false}) {
+    SCOPED_TRACE(fromFile ? "file" : "text");
+    EXPECT_FALSE(fromFile ? doc.load(path) : doc.loadXML(head + body + tail));
+    EXPECT_EQ(doc.parseError().errorCode, 7);  // mismatched tag
+    EXPECT_EQ(doc.parseError().line, items + 4);
+    EXPECT_EQ(doc.parseError().linepos, 21);
+    EXPECT_EQ(doc.parseError().srcText, "    <ITEM>\xE2\x82\xAC 119999</ITEX>");
+    EXPECT_EQ(doc.documentElement().selectSingleNode("GROUP").childNodes().size(),
+              static_cast<size_t>(items));
+  }
+}
+
+TEST(XmlDocument, PipesLoadWithCharactersSplitBetweenReads) {
+  auto viaPipe = [](const std::string& name, const std::string& bytes) {
+    std::string path = test::TempDir() + "/" + name;
+    EXPECT_EQ(mkfifo(path.c_str(), 0600), 0);
+    std::thread writer([&] { std::ofstream(path, std::ios::binary) << bytes; });
+    Document doc = Document::create();
+    EXPECT_TRUE(doc.load(path)) << doc.parseError().reason << " " << doc.parseError().line << ":"
+                                << doc.parseError().linepos;
+    writer.join();
+    return doc;
+  };
+  // UTF-8: characters of two, three and four bytes cut at each place across read boundaries.
+  const std::pair<std::string, size_t> cut[] = {
+      {"\xC3\xA9", 1}, {"\xE2\x82\xAC", 2}, {"\xF0\x9F\x98\x80", 1}, {"\xF0\x9F\x98\x80", 3}};
+  std::string utf8 = "<?xml version=\"1.0\" encoding=\"UTF-8\"?><R>";
+  std::vector<std::string> texts;
+  for (size_t k = 0; k < std::size(cut); ++k) {
+    utf8 += "<T>";
+    texts.push_back(std::string((k + 1) * kParseChunk - cut[k].second - utf8.size(), 'x') +
+                    cut[k].first);
+    utf8 += texts.back() + "</T>";
+  }
+  Document doc = viaPipe("utf8.xml", utf8 + "</R>");
+  ASSERT_EQ(doc.documentElement().childNodes().size(), std::size(cut));
+  for (size_t k = 0; k < std::size(cut); ++k) {
+    EXPECT_TRUE(doc.documentElement().childNodes()[k].text() == texts[k]) << k;
+  }
+
+  // UTF-16 with a surrogate pair cut in two; windows-1252 converted a read at a time.
+  std::string wide = "\xFF\xFE";
+  for (char c : std::string("<R>") + std::string(kParseChunk / 2 - 5, 'x')) wide += {c, '\0'};
+  wide += std::string("\x3D\xD8\x00\xDE", 4);  // U+1F600
+  for (char c : std::string("</R>")) wide += {c, '\0'};
+  EXPECT_TRUE(viaPipe("utf16.xml", wide).documentElement().text() ==
+              std::string(kParseChunk / 2 - 5, 'x') + "\xF0\x9F\x98\x80");
+  std::string cp1252 = "<?xml version=\"1.0\" encoding=\"windows-1252\"?><R>";
+  std::string run(kParseChunk - 1 - cp1252.size(), 'x');
+  EXPECT_TRUE(viaPipe("cp1252.xml", cp1252 + run + "\x80\x80</R>").documentElement().text() ==
+              run + "\xE2\x82\xAC\xE2\x82\xAC");
 }
 
 TEST(XmlDocument, FailedSaveLeavesTheOldFileAndRaises) {
