@@ -44,8 +44,8 @@ class clsEvents : public Object {
   // The owning instrument's key; setting it writes PARENT of every event.
   std::string Parent() const;
   void Parent(std::string value);
-  // Gives a keyless event the first free "EVENT" + nn key and the collection's Parent, and
-  // appends it. Raises 457 for a key already present.
+  // Gives the event the collection's Parent (and, when it has no key, the first free
+  // "EVENT" + nn key) and appends it. Raises 457 for a key already present.
   EventPtr Add(EventPtr event);
   void Remove(const corvale::Index& index);
   void Clear();
