@@ -368,7 +368,7 @@ double LoadSeconds(F&& load) {
 // after the other, so that the shared machine's changing speed hits both sides of a round.
 template <typename Ours, typename Theirs>
 double PairedRatio(Ours&& ours, Theirs&& theirs) {
-  constexpr int kRounds = 11;
+  constexpr int kRounds = 21;
   std::vector<double> ratios;
   for (int i = 0; i < kRounds; ++i) {
     double a = 0, b = 0;
