@@ -12,6 +12,15 @@ std::string UserName(std::string_view user) {
   return user.empty() ? std::string("UNKNOWN") : std::string(user);
 }
 
+// The collection key of a user: "@" and the name.
+std::string UserKey(std::string_view name) {
+  std::string key;
+  key.reserve(name.size() + 1);
+  key += '@';
+  key += name;
+  return key;
+}
+
 }  // namespace
 
 clsLoggerResourceUsers::clsLoggerResourceUsers() : node_(CreateElement("USERS")) {}
@@ -20,7 +29,7 @@ int16_t clsLoggerResourceUsers::Count() const { return items_.Count(); }
 
 corvale::Index clsLoggerResourceUsers::KeyOf(const corvale::Index& index) {
   if (index.IsPosition()) return index;
-  return "@" + UserName(index.Key());
+  return UserKey(UserName(index.Key()));
 }
 
 std::string clsLoggerResourceUsers::Item(const corvale::Index& index) const {
@@ -35,7 +44,7 @@ void clsLoggerResourceUsers::Add(std::string user, const std::optional<corvale::
   // Each step goes on when the one before fails: a name already present keeps one entry
   // but still gets its own USER element, which allocation has always left in documents.
   try {
-    items_.Add(std::make_shared<Entry>(Entry{element}), "@" + name, before, after);
+    items_.Add(std::make_shared<Entry>(Entry{element}), UserKey(name), before, after);
   } catch (const Error&) {
   }
   try {
@@ -59,7 +68,7 @@ void clsLoggerResourceUsers::Clear() {
 
 bool clsLoggerResourceUsers::IsUser(std::string_view user) const {
   // No "UNKNOWN" for an empty name here, unlike Add and Remove.
-  return items_.Exists("@" + std::string(user));
+  return items_.Exists(UserKey(user));
 }
 
 xml::Node clsLoggerResourceUsers::XMLNode() const { return node_; }
@@ -70,7 +79,7 @@ void clsLoggerResourceUsers::XMLNode(xml::Node value) {
   Clear();
   node_ = std::move(value);
   for (const xml::Node& child : node_.selectNodes("USER"))
-    items_.Add(std::make_shared<Entry>(Entry{child}), "@" + child.text());
+    items_.Add(std::make_shared<Entry>(Entry{child}), UserKey(child.text()));
 }
 
 Variant clsLoggerResourceUsers::Invoke(std::string_view member, const Args& args) {
