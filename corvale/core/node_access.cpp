@@ -179,6 +179,27 @@ void SetNodeBoolean(const xml::Node& element, std::string_view path, bool value,
   SetTyped(element, path, BoolText(value), value != defaultValue, force);
 }
 
+bool GetTextBoolean(const xml::Node& element, std::string_view path, std::string_view defaultText) {
+  return TextToBool(GetNodeText(element, path, defaultText));
+}
+
+void SetTextBoolean(const xml::Node& element, std::string_view path, bool value) {
+  SetNodeText(element, path, BoolText(value));
+}
+
+int16_t GetTextInteger(const xml::Node& element, std::string_view path,
+                       std::string_view defaultText) {
+  return TextToInt16(GetNodeText(element, path, defaultText));
+}
+
+int32_t GetTextLong(const xml::Node& element, std::string_view path, std::string_view defaultText) {
+  return TextToInt32(GetNodeText(element, path, defaultText));
+}
+
+void SetTextLong(const xml::Node& element, std::string_view path, int32_t value) {
+  SetNodeText(element, path, IntegerText(value));
+}
+
 xml::Node CreateElement(std::string_view tagName) {
   return FactoryDocument().createElement(tagName);
 }

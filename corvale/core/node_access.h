@@ -35,8 +35,21 @@ void SetNodeLong(const xml::Node& element, std::string_view path, int32_t value,
                  int32_t defaultValue, bool force = false);
 bool GetNodeBoolean(const xml::Node& element, std::string_view path, bool defaultValue,
                     bool force = false);
-void SetNodeBoolean(const xml::Node& element, std::string_view path, bool value,
-                    bool defaultValue, bool force = false);
+void SetNodeBoolean(const xml::Node& element, std::string_view path, bool value, bool defaultValue,
+                    bool force = false);
+
+// Text-encoded properties: read through GetNodeText (a missing element takes the default
+// text), written through SetNodeText, so false and 0 are stored by removing the element.
+bool GetTextBoolean(const xml::Node& element, std::string_view path, std::string_view defaultText);
+// Writes "-1" for true and removes the element for false.
+void SetTextBoolean(const xml::Node& element, std::string_view path, bool value);
+// The text as a 16-bit number by the rules of convert.h (an out-of-range value raises 6).
+int16_t GetTextInteger(const xml::Node& element, std::string_view path,
+                       std::string_view defaultText);
+// The text as a 32-bit number by the rules of convert.h.
+int32_t GetTextLong(const xml::Node& element, std::string_view path, std::string_view defaultText);
+// Writes the number as decimal text; 0 removes the element.
+void SetTextLong(const xml::Node& element, std::string_view path, int32_t value);
 
 // The process-wide element factory. Long-lived owners of element trees count themselves as
 // its users (FactoryUser); the factory document lives while the count is above 0, and is

@@ -5,26 +5,13 @@
 
 namespace corvale {
 
-namespace {
-
-int32_t ReadLong(const xml::Node& node, std::string_view path) {
-  return TextToInt32(GetNodeText(node, path, ""));
-}
-
-// The resolved numbers are sparse: 0 is stored by removing the element.
-void WriteLong(const xml::Node& node, std::string_view path, int32_t value) {
-  SetNodeText(node, path, IntegerText(value));
-}
-
-}  // namespace
-
 clsCDTSetting::clsCDTSetting() : node_(CreateElement("CDT")) {}
 
 std::string clsCDTSetting::Address() const { return GetNodeText(node_, "ADDRESS", ""); }
 void clsCDTSetting::Address(std::string value) { SetNodeText(node_, "ADDRESS", value); }
 
-int32_t clsCDTSetting::ResolvedAddress() const { return ReadLong(node_, "RESOLVEDADDRESS"); }
-void clsCDTSetting::ResolvedAddress(int32_t value) { WriteLong(node_, "RESOLVEDADDRESS", value); }
+int32_t clsCDTSetting::ResolvedAddress() const { return GetTextLong(node_, "RESOLVEDADDRESS", ""); }
+void clsCDTSetting::ResolvedAddress(int32_t value) { SetTextLong(node_, "RESOLVEDADDRESS", value); }
 
 std::string clsCDTSetting::Key() const { return GetNodeText(node_, "KEY", ""); }
 void clsCDTSetting::Key(std::string value) {
@@ -36,8 +23,8 @@ void clsCDTSetting::Key(std::string value) {
 std::string clsCDTSetting::Mask() const { return GetNodeText(node_, "MASK", ""); }
 void clsCDTSetting::Mask(std::string value) { SetNodeText(node_, "MASK", value); }
 
-int32_t clsCDTSetting::ResolvedMask() const { return ReadLong(node_, "RESOLVEDMASK"); }
-void clsCDTSetting::ResolvedMask(int32_t value) { WriteLong(node_, "RESOLVEDMASK", value); }
+int32_t clsCDTSetting::ResolvedMask() const { return GetTextLong(node_, "RESOLVEDMASK", ""); }
+void clsCDTSetting::ResolvedMask(int32_t value) { SetTextLong(node_, "RESOLVEDMASK", value); }
 
 std::string clsCDTSetting::Parent() const { return GetNodeText(node_, "PARENT", ""); }
 void clsCDTSetting::Parent(std::string value) { SetNodeText(node_, "PARENT", value); }
@@ -45,8 +32,8 @@ void clsCDTSetting::Parent(std::string value) { SetNodeText(node_, "PARENT", val
 std::string clsCDTSetting::Value() const { return GetNodeText(node_, "VALUE", ""); }
 void clsCDTSetting::Value(std::string value) { SetNodeText(node_, "VALUE", value); }
 
-int32_t clsCDTSetting::ResolvedValue() const { return ReadLong(node_, "RESOLVEDVALUE"); }
-void clsCDTSetting::ResolvedValue(int32_t value) { WriteLong(node_, "RESOLVEDVALUE", value); }
+int32_t clsCDTSetting::ResolvedValue() const { return GetTextLong(node_, "RESOLVEDVALUE", ""); }
+void clsCDTSetting::ResolvedValue(int32_t value) { SetTextLong(node_, "RESOLVEDVALUE", value); }
 
 xml::Node clsCDTSetting::XMLNode() const { return node_; }
 void clsCDTSetting::XMLNode(xml::Node value) { node_ = std::move(value); }

@@ -5,36 +5,19 @@
 #include "corvale/instruments/events.h"
 
 namespace corvale {
-namespace {
-
-bool ReadBool(const xml::Node& node, std::string_view path, std::string_view defaultText) {
-  return TextToBool(GetNodeText(node, path, defaultText));
-}
-
-// Booleans are written "-1"; false is stored by absence.
-void WriteBool(const xml::Node& node, std::string_view path, bool value) {
-  SetNodeText(node, path, BoolText(value));
-}
-
-int32_t ReadLong(const xml::Node& node, std::string_view path, std::string_view defaultText) {
-  return TextToInt32(GetNodeText(node, path, defaultText));
-}
-
-}  // namespace
-
 clsEvent::clsEvent() : node_(CreateElement("EVENT")) {}
 
 xml::Node clsEvent::XMLNode() const { return node_; }
 void clsEvent::XMLNode(xml::Node value) { node_ = std::move(value); }
 
-bool clsEvent::Changed() const { return ReadBool(node_, "CHANGED", "0"); }
-void clsEvent::Changed(bool value) { WriteBool(node_, "CHANGED", value); }
+bool clsEvent::Changed() const { return GetTextBoolean(node_, "CHANGED", "0"); }
+void clsEvent::Changed(bool value) { SetTextBoolean(node_, "CHANGED", value); }
 
 std::string clsEvent::Description() const { return GetNodeText(node_, "DESCRIPTION", ""); }
 void clsEvent::Description(std::string value) { SetNodeText(node_, "DESCRIPTION", value); }
 
-bool clsEvent::Enabled() const { return ReadBool(node_, "ENABLED", "0"); }
-void clsEvent::Enabled(bool value) { WriteBool(node_, "ENABLED", value); }
+bool clsEvent::Enabled() const { return GetTextBoolean(node_, "ENABLED", "0"); }
+void clsEvent::Enabled(bool value) { SetTextBoolean(node_, "ENABLED", value); }
 
 std::string clsEvent::Name() const { return GetNodeText(node_, "NAME", ""); }
 void clsEvent::Name(std::string value) { SetNodeText(node_, "NAME", value); }
@@ -42,7 +25,7 @@ void clsEvent::Name(std::string value) { SetNodeText(node_, "NAME", value); }
 std::string clsEvent::OutputChannel() const { return GetNodeText(node_, "OUTPUTCHANNEL", ""); }
 void clsEvent::OutputChannel(std::string value) { SetNodeText(node_, "OUTPUTCHANNEL", value); }
 
-int32_t clsEvent::ID() const { return ReadLong(node_, "ID", "1"); }
+int32_t clsEvent::ID() const { return GetTextLong(node_, "ID", "1"); }
 
 void clsEvent::ID(int32_t value) {
   SetNodeText(node_, "ID", IntegerText(value), true);
@@ -55,15 +38,15 @@ void clsEvent::ID(int32_t value) {
 
 std::string clsEvent::ChanA() const { return GetNodeText(node_, "CHANA", ""); }
 void clsEvent::ChanA(std::string value) { SetNodeText(node_, "CHANA", value, true); }
-int32_t clsEvent::ChanAType() const { return ReadLong(node_, "CHANATYPE", ""); }
+int32_t clsEvent::ChanAType() const { return GetTextLong(node_, "CHANATYPE", ""); }
 
 std::string clsEvent::ChanB() const { return GetNodeText(node_, "CHANB", ""); }
 void clsEvent::ChanB(std::string value) { SetNodeText(node_, "CHANB", value, true); }
-int32_t clsEvent::ChanBType() const { return ReadLong(node_, "CHANBTYPE", ""); }
+int32_t clsEvent::ChanBType() const { return GetTextLong(node_, "CHANBTYPE", ""); }
 
 std::string clsEvent::ChanC() const { return GetNodeText(node_, "CHANC", ""); }
 void clsEvent::ChanC(std::string value) { SetNodeText(node_, "CHANC", value, true); }
-int32_t clsEvent::ChanCType() const { return ReadLong(node_, "CHANCTYPE", ""); }
+int32_t clsEvent::ChanCType() const { return GetTextLong(node_, "CHANCTYPE", ""); }
 
 int16_t clsEvent::Index() const { return GetNodeInteger(node_, "INDEX", 0, true); }
 void clsEvent::Index(int16_t value) { SetNodeInteger(node_, "INDEX", value, 0, true); }
@@ -85,11 +68,11 @@ void clsEvent::Key(std::string value) { SetNodeText(node_, "KEY", value); }
 std::string clsEvent::LogToBuffer() const { return GetNodeText(node_, "LOGTOBUFFER", ""); }
 void clsEvent::LogToBuffer(std::string value) { SetNodeText(node_, "LOGTOBUFFER", value); }
 
-bool clsEvent::LoadToScheme() const { return ReadBool(node_, "LOADTOSCHEME", ""); }
-void clsEvent::LoadToScheme(bool value) { WriteBool(node_, "LOADTOSCHEME", value); }
+bool clsEvent::LoadToScheme() const { return GetTextBoolean(node_, "LOADTOSCHEME", ""); }
+void clsEvent::LoadToScheme(bool value) { SetTextBoolean(node_, "LOADTOSCHEME", value); }
 
-bool clsEvent::KeyUnique() const { return ReadBool(node_, "KEYUNIQUE", ""); }
-void clsEvent::KeyUnique(bool value) { WriteBool(node_, "KEYUNIQUE", value); }
+bool clsEvent::KeyUnique() const { return GetTextBoolean(node_, "KEYUNIQUE", ""); }
+void clsEvent::KeyUnique(bool value) { SetTextBoolean(node_, "KEYUNIQUE", value); }
 
 Variant clsEvent::Invoke(std::string_view member, const Args& args) {
   using T = clsEvent;

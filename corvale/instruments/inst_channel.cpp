@@ -10,15 +10,6 @@ namespace {
 
 constexpr std::string_view kIconGroup = "HALDEN";
 
-bool ReadBool(const xml::Node& node, std::string_view path, std::string_view defaultText) {
-  return TextToBool(GetNodeText(node, path, defaultText));
-}
-
-// Booleans are written "-1"; false is stored by absence.
-void WriteBool(const xml::Node& node, std::string_view path, bool value) {
-  SetNodeText(node, path, BoolText(value));
-}
-
 }  // namespace
 
 clsInstChannel::clsInstChannel()
@@ -41,8 +32,8 @@ void clsInstChannel::XMLNode(xml::Node value) {
   ReloadIcon();
 }
 
-bool clsInstChannel::Changed() const { return ReadBool(node_, "CHANGED", "0"); }
-void clsInstChannel::Changed(bool value) { WriteBool(node_, "CHANGED", value); }
+bool clsInstChannel::Changed() const { return GetTextBoolean(node_, "CHANGED", "0"); }
+void clsInstChannel::Changed(bool value) { SetTextBoolean(node_, "CHANGED", value); }
 
 int32_t clsInstChannel::CopyDestination() const {
   return GetNodeLong(node_, "COPYDESTINATION", 0, true);
@@ -51,10 +42,10 @@ void clsInstChannel::CopyDestination(int32_t value) {
   SetNodeLong(node_, "COPYDESTINATION", value, 0, true);
 }
 
-bool clsInstChannel::Enabled() const { return ReadBool(node_, "ENABLED", ""); }
-void clsInstChannel::Enabled(bool value) { WriteBool(node_, "ENABLED", value); }
+bool clsInstChannel::Enabled() const { return GetTextBoolean(node_, "ENABLED", ""); }
+void clsInstChannel::Enabled(bool value) { SetTextBoolean(node_, "ENABLED", value); }
 
-int16_t clsInstChannel::Index() const { return TextToInt16(GetNodeText(node_, "INDEX", "0")); }
+int16_t clsInstChannel::Index() const { return GetTextInteger(node_, "INDEX", "0"); }
 void clsInstChannel::Index(int16_t value) { SetNodeText(node_, "INDEX", IntegerText(value), true); }
 
 std::string clsInstChannel::Alias() const { return GetNodeText(node_, "ALIAS", ""); }
@@ -65,12 +56,8 @@ void clsInstChannel::BaseAddress(std::string value) { SetNodeText(node_, "BASEAD
 
 std::shared_ptr<clsCDTSettings> clsInstChannel::CDTSettings() const { return cdt_; }
 
-int32_t clsInstChannel::ChannelType() const {
-  return TextToInt32(GetNodeText(node_, "CHANNELTYPE", "0"));
-}
-void clsInstChannel::ChannelType(int32_t value) {
-  SetNodeText(node_, "CHANNELTYPE", IntegerText(value));
-}
+int32_t clsInstChannel::ChannelType() const { return GetTextLong(node_, "CHANNELTYPE", "0"); }
+void clsInstChannel::ChannelType(int32_t value) { SetTextLong(node_, "CHANNELTYPE", value); }
 
 std::string clsInstChannel::Format() const { return GetNodeText(node_, "FORMAT", ""); }
 void clsInstChannel::Format(std::string value) { SetNodeText(node_, "FORMAT", value, true); }
@@ -101,9 +88,7 @@ void clsInstChannel::INPCode(std::string value) {
   SetNodeText(node_, "INPCODE", EscapeText(value));
 }
 
-int32_t clsInstChannel::InputDataType() const {
-  return TextToInt32(GetNodeText(node_, "INPUTDATATYPE", "0"));
-}
+int32_t clsInstChannel::InputDataType() const { return GetTextLong(node_, "INPUTDATATYPE", "0"); }
 void clsInstChannel::InputDataType(int32_t value) {
   SetNodeLong(node_, "INPUTDATATYPE", value, 0, true);
   if (auto bytes = DataTypeBytes(value)) NumberBytes(*bytes);
@@ -115,8 +100,8 @@ void clsInstChannel::Key(std::string value) { SetNodeText(node_, "KEY", value); 
 std::string clsInstChannel::Label() const { return GetNodeText(node_, "LABEL", ""); }
 void clsInstChannel::Label(std::string value) { SetNodeText(node_, "LABEL", value); }
 
-int32_t clsInstChannel::LogMask() const { return TextToInt32(GetNodeText(node_, "LOGMASK", "-1")); }
-void clsInstChannel::LogMask(int32_t value) { SetNodeText(node_, "LOGMASK", IntegerText(value)); }
+int32_t clsInstChannel::LogMask() const { return GetTextLong(node_, "LOGMASK", "-1"); }
+void clsInstChannel::LogMask(int32_t value) { SetTextLong(node_, "LOGMASK", value); }
 
 std::string clsInstChannel::LoggerChannel() const {
   return GetNodeText(node_, "LOGGERCHANNEL", "");
@@ -156,9 +141,7 @@ void clsInstChannel::Multiplier(double value) {
   SetNodeText(node_, "MULTIPLIER", DoubleText(value));
 }
 
-int16_t clsInstChannel::NumberBytes() const {
-  return TextToInt16(GetNodeText(node_, "NUMBERBYTES", "1"));
-}
+int16_t clsInstChannel::NumberBytes() const { return GetTextInteger(node_, "NUMBERBYTES", "1"); }
 void clsInstChannel::NumberBytes(int16_t value) {
   SetNodeText(node_, "NUMBERBYTES", IntegerText(value), true);
 }
@@ -169,31 +152,27 @@ void clsInstChannel::Offset(double value) { SetNodeText(node_, "OFFSET", DoubleT
 std::string clsInstChannel::Parent() const { return GetNodeText(node_, "PARENT", ""); }
 void clsInstChannel::Parent(std::string value) { SetNodeText(node_, "PARENT", value); }
 
-bool clsInstChannel::ProtectedMem() const { return ReadBool(node_, "PROTECTEDMEM", "0"); }
-void clsInstChannel::ProtectedMem(bool value) { WriteBool(node_, "PROTECTEDMEM", value); }
+bool clsInstChannel::ProtectedMem() const { return GetTextBoolean(node_, "PROTECTEDMEM", "0"); }
+void clsInstChannel::ProtectedMem(bool value) { SetTextBoolean(node_, "PROTECTEDMEM", value); }
 
-int32_t clsInstChannel::Show() const { return TextToInt32(GetNodeText(node_, "SHOW", "")); }
-void clsInstChannel::Show(int32_t value) { SetNodeText(node_, "SHOW", IntegerText(value)); }
+int32_t clsInstChannel::Show() const { return GetTextLong(node_, "SHOW", ""); }
+void clsInstChannel::Show(int32_t value) { SetTextLong(node_, "SHOW", value); }
 
-int16_t clsInstChannel::TotalBytes() const {
-  return TextToInt16(GetNodeText(node_, "TOTALBYTES", ""));
-}
-void clsInstChannel::TotalBytes(int16_t value) {
-  SetNodeText(node_, "TOTALBYTES", IntegerText(value));
-}
+int16_t clsInstChannel::TotalBytes() const { return GetTextInteger(node_, "TOTALBYTES", ""); }
+void clsInstChannel::TotalBytes(int16_t value) { SetTextLong(node_, "TOTALBYTES", value); }
 
 std::string clsInstChannel::Units() const { return GetNodeText(node_, "UNITS", ""); }
 void clsInstChannel::Units(std::string value) { SetNodeText(node_, "UNITS", value); }
 
 bool clsInstChannel::IgnoreLoggerScaling() const {
-  return ReadBool(node_, "IGNORELOGGERSCALING", "");
+  return GetTextBoolean(node_, "IGNORELOGGERSCALING", "");
 }
 void clsInstChannel::IgnoreLoggerScaling(bool value) {
-  WriteBool(node_, "IGNORELOGGERSCALING", value);
+  SetTextBoolean(node_, "IGNORELOGGERSCALING", value);
 }
 
-bool clsInstChannel::Virtual() const { return ReadBool(node_, "VIRTUAL", ""); }
-void clsInstChannel::Virtual(bool value) { WriteBool(node_, "VIRTUAL", value); }
+bool clsInstChannel::Virtual() const { return GetTextBoolean(node_, "VIRTUAL", ""); }
+void clsInstChannel::Virtual(bool value) { SetTextBoolean(node_, "VIRTUAL", value); }
 
 bool clsInstChannel::AllocateXMEM() const {
   return GetNodeBoolean(node_, "ALLOCXMEM", false, true);

@@ -6,19 +6,6 @@
 #include "corvale/loggers/logger_resource_users.h"
 
 namespace corvale {
-namespace {
-
-bool ReadBool(const xml::Node& node, std::string_view path) {
-  return TextToBool(GetNodeText(node, path, ""));
-}
-
-// Booleans are written "-1"; false is stored by absence.
-void WriteBool(const xml::Node& node, std::string_view path, bool value) {
-  SetNodeText(node, path, BoolText(value));
-}
-
-}  // namespace
-
 clsOutput::clsOutput()
     : node_(CreateElement("OUTPUT")),
       resources_(std::make_shared<clsLoggerResourceList>()),
@@ -55,17 +42,17 @@ std::string clsOutput::FalseCode() const {
 }
 void clsOutput::FalseCode(std::string value) { SetNodeText(node_, "FALSECODE", EscapeText(value)); }
 
-int16_t clsOutput::Index() const { return TextToInt16(GetNodeText(node_, "INDEX", "")); }
-void clsOutput::Index(int16_t value) { SetNodeText(node_, "INDEX", IntegerText(value)); }
+int16_t clsOutput::Index() const { return GetTextInteger(node_, "INDEX", ""); }
+void clsOutput::Index(int16_t value) { SetTextLong(node_, "INDEX", value); }
 
 std::string clsOutput::Key() const { return GetNodeText(node_, "KEY", ""); }
 void clsOutput::Key(std::string value) { SetNodeText(node_, "KEY", value); }
 
-bool clsOutput::KeyUnique() const { return ReadBool(node_, "KEYUNIQUE"); }
-void clsOutput::KeyUnique(bool value) { WriteBool(node_, "KEYUNIQUE", value); }
+bool clsOutput::KeyUnique() const { return GetTextBoolean(node_, "KEYUNIQUE", ""); }
+void clsOutput::KeyUnique(bool value) { SetTextBoolean(node_, "KEYUNIQUE", value); }
 
-bool clsOutput::LoadToScheme() const { return ReadBool(node_, "LOADTOSCHEME"); }
-void clsOutput::LoadToScheme(bool value) { WriteBool(node_, "LOADTOSCHEME", value); }
+bool clsOutput::LoadToScheme() const { return GetTextBoolean(node_, "LOADTOSCHEME", ""); }
+void clsOutput::LoadToScheme(bool value) { SetTextBoolean(node_, "LOADTOSCHEME", value); }
 
 std::string clsOutput::LoggerChannel() const { return GetNodeText(node_, "LOGGERCHANNEL", ""); }
 void clsOutput::LoggerChannel(std::string value) { SetNodeText(node_, "LOGGERCHANNEL", value); }

@@ -16,15 +16,6 @@ namespace {
 constexpr std::string_view kIconGroup = "HALDEN";
 constexpr std::string_view kDefaultBuildRevision = "4.01.0018";
 
-bool ReadBool(const xml::Node& node, std::string_view path, std::string_view defaultText) {
-  return TextToBool(GetNodeText(node, path, defaultText));
-}
-
-// Booleans are written "-1"; false is stored by absence.
-void WriteBool(const xml::Node& node, std::string_view path, bool value) {
-  SetNodeText(node, path, BoolText(value));
-}
-
 }  // namespace
 
 clsStdInstrument::clsStdInstrument() : node_(CreateElement("INSTRUMENT")) {}
@@ -37,9 +28,9 @@ void clsStdInstrument::BaseClass(std::string value) { SetNodeText(node_, "BASECL
 std::string clsStdInstrument::CatCode() const { return GetNodeText(node_, "CATCODE", ""); }
 void clsStdInstrument::CatCode(std::string value) { SetNodeText(node_, "CATCODE", value); }
 
-bool clsStdInstrument::Changed() const { return ReadBool(node_, "CHANGED", "0"); }
+bool clsStdInstrument::Changed() const { return GetTextBoolean(node_, "CHANGED", "0"); }
 void clsStdInstrument::Changed(bool value) {
-  WriteBool(node_, "CHANGED", value);
+  SetTextBoolean(node_, "CHANGED", value);
   if (channels_) channels_->Changed(value);
 }
 
@@ -73,15 +64,11 @@ void clsStdInstrument::INPCode(std::string value) {
   SetNodeText(node_, "INPCODE", EscapeText(value));
 }
 
-int16_t clsStdInstrument::Instance() const {
-  return TextToInt16(GetNodeText(node_, "INSTANCE", "0"));
-}
-void clsStdInstrument::Instance(int16_t value) {
-  SetNodeText(node_, "INSTANCE", IntegerText(value));
-}
+int16_t clsStdInstrument::Instance() const { return GetTextInteger(node_, "INSTANCE", "0"); }
+void clsStdInstrument::Instance(int16_t value) { SetTextLong(node_, "INSTANCE", value); }
 
-int16_t clsStdInstrument::Index() const { return TextToInt16(GetNodeText(node_, "INDEX", "")); }
-void clsStdInstrument::Index(int16_t value) { SetNodeText(node_, "INDEX", IntegerText(value)); }
+int16_t clsStdInstrument::Index() const { return GetTextInteger(node_, "INDEX", ""); }
+void clsStdInstrument::Index(int16_t value) { SetTextLong(node_, "INDEX", value); }
 
 std::string clsStdInstrument::Key() const { return GetNodeText(node_, "KEY", ""); }
 void clsStdInstrument::Key(std::string value) {
@@ -105,18 +92,18 @@ void clsStdInstrument::Keywords(std::string value) { SetNodeText(node_, "KEYWORD
 std::string clsStdInstrument::LoaderClass() const { return GetNodeText(node_, "LOADERCLASS", ""); }
 void clsStdInstrument::LoaderClass(std::string value) { SetNodeText(node_, "LOADERCLASS", value); }
 
-bool clsStdInstrument::LoadFromScheme() const { return ReadBool(node_, "LOADFROMSCHEME", "0"); }
-void clsStdInstrument::LoadFromScheme(bool value) { WriteBool(node_, "LOADFROMSCHEME", value); }
+bool clsStdInstrument::LoadFromScheme() const {
+  return GetTextBoolean(node_, "LOADFROMSCHEME", "0");
+}
+void clsStdInstrument::LoadFromScheme(bool value) {
+  SetTextBoolean(node_, "LOADFROMSCHEME", value);
+}
 
 ObjectPtr clsStdInstrument::Loader() const { return loader_; }
 void clsStdInstrument::Loader(ObjectPtr value) { loader_ = std::move(value); }
 
-int32_t clsStdInstrument::LoggerTypes() const {
-  return TextToInt32(GetNodeText(node_, "LOGGERTYPES", "0"));
-}
-void clsStdInstrument::LoggerTypes(int32_t value) {
-  SetNodeText(node_, "LOGGERTYPES", IntegerText(value));
-}
+int32_t clsStdInstrument::LoggerTypes() const { return GetTextLong(node_, "LOGGERTYPES", "0"); }
+void clsStdInstrument::LoggerTypes(int32_t value) { SetTextLong(node_, "LOGGERTYPES", value); }
 
 std::string clsStdInstrument::MinimumBuildRevision() const {
   return GetNodeString(node_, "MINBUILDREVISION", kDefaultBuildRevision, true);
@@ -135,14 +122,14 @@ void clsStdInstrument::Name(std::string value) {
   }
 }
 
-bool clsStdInstrument::ReadOnly() const { return ReadBool(node_, "READONLY", "0"); }
-void clsStdInstrument::ReadOnly(bool value) { WriteBool(node_, "READONLY", value); }
+bool clsStdInstrument::ReadOnly() const { return GetTextBoolean(node_, "READONLY", "0"); }
+void clsStdInstrument::ReadOnly(bool value) { SetTextBoolean(node_, "READONLY", value); }
 
 std::string clsStdInstrument::SetupForm() const { return GetNodeText(node_, "SETUPFORM", ""); }
 void clsStdInstrument::SetupForm(std::string value) { SetNodeText(node_, "SETUPFORM", value); }
 
-bool clsStdInstrument::SingleUse() const { return ReadBool(node_, "SINGLEUSE", "0"); }
-void clsStdInstrument::SingleUse(bool value) { WriteBool(node_, "SINGLEUSE", value); }
+bool clsStdInstrument::SingleUse() const { return GetTextBoolean(node_, "SINGLEUSE", "0"); }
+void clsStdInstrument::SingleUse(bool value) { SetTextBoolean(node_, "SINGLEUSE", value); }
 
 std::string clsStdInstrument::Source() const { return GetNodeText(node_, "SOURCE", ""); }
 void clsStdInstrument::Source(std::string value) { SetNodeText(node_, "SOURCE", value); }
@@ -153,10 +140,8 @@ void clsStdInstrument::Tag(std::string value) { SetNodeText(node_, "TAG", value,
 float clsStdInstrument::Version() const { return TextToSingle(GetNodeText(node_, "VERSION", "1")); }
 void clsStdInstrument::Version(float value) { SetNodeText(node_, "VERSION", SingleText(value)); }
 
-bool clsStdInstrument::Visible() const { return ReadBool(node_, "VISIBLE", "-1"); }
-void clsStdInstrument::Visible(bool value) {
-  SetNodeText(node_, "VISIBLE", IntegerText(value ? -1 : 0));
-}
+bool clsStdInstrument::Visible() const { return GetTextBoolean(node_, "VISIBLE", "-1"); }
+void clsStdInstrument::Visible(bool value) { SetTextBoolean(node_, "VISIBLE", value); }
 
 xml::Node clsStdInstrument::XMLNode() const { return node_; }
 

@@ -29,12 +29,8 @@ void clsLoggerResourceRequest::Resource(std::string value) {
   SetNodeText(node_, "RESOURCE", value);
 }
 
-int32_t clsLoggerResourceRequest::Locked() const {
-  return TextToInt32(GetNodeText(node_, "LOCK", ""));
-}
-void clsLoggerResourceRequest::Locked(int32_t value) {
-  SetNodeText(node_, "LOCK", IntegerText(value));
-}
+int32_t clsLoggerResourceRequest::Locked() const { return GetTextLong(node_, "LOCK", ""); }
+void clsLoggerResourceRequest::Locked(int32_t value) { SetTextLong(node_, "LOCK", value); }
 
 xml::Node clsLoggerResourceRequest::XMLNode() const { return node_; }
 void clsLoggerResourceRequest::XMLNode(xml::Node value) { node_ = std::move(value); }
