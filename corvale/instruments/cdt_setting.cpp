@@ -5,7 +5,7 @@
 
 namespace corvale {
 
-clsCDTSetting::clsCDTSetting() : node_(CreateElement("CDT")) {}
+clsCDTSetting::clsCDTSetting() : BoundElement("CDT") {}
 
 std::string clsCDTSetting::Address() const { return GetNodeText(node_, "ADDRESS", ""); }
 void clsCDTSetting::Address(std::string value) { SetNodeText(node_, "ADDRESS", value); }
@@ -34,9 +34,6 @@ void clsCDTSetting::Value(std::string value) { SetNodeText(node_, "VALUE", value
 
 int32_t clsCDTSetting::ResolvedValue() const { return GetTextLong(node_, "RESOLVEDVALUE", ""); }
 void clsCDTSetting::ResolvedValue(int32_t value) { SetTextLong(node_, "RESOLVEDVALUE", value); }
-
-xml::Node clsCDTSetting::XMLNode() const { return node_; }
-void clsCDTSetting::XMLNode(xml::Node value) { node_ = std::move(value); }
 
 Variant clsCDTSetting::Invoke(std::string_view member, const Args& args) {
   using M = MemberTable<clsCDTSetting>;

@@ -6,13 +6,14 @@
 #include <cstdint>
 #include <string>
 
+#include "corvale/core/bound_element.h"
 #include "corvale/core/node_access.h"
 #include "corvale/core/object.h"
 #include "corvale/core/xml.h"
 
 namespace corvale {
 
-class clsCDTSetting : public Object {
+class clsCDTSetting : public BoundElement {
  public:
   clsCDTSetting();  // bound to a new, detached CDT element
 
@@ -33,14 +34,8 @@ class clsCDTSetting : public Object {
   void Value(std::string value);
   int32_t ResolvedValue() const;
   void ResolvedValue(int32_t value);
-  xml::Node XMLNode() const;
-  void XMLNode(xml::Node value);
 
   Variant Invoke(std::string_view member, const Args& args = {}) override;
-
- private:
-  FactoryUser factory_user_;
-  xml::Node node_;
 };
 
 using CDTSettingPtr = std::shared_ptr<clsCDTSetting>;

@@ -5,10 +5,8 @@
 #include "corvale/instruments/events.h"
 
 namespace corvale {
-clsEvent::clsEvent() : node_(CreateElement("EVENT")) {}
 
-xml::Node clsEvent::XMLNode() const { return node_; }
-void clsEvent::XMLNode(xml::Node value) { node_ = std::move(value); }
+clsEvent::clsEvent() : BoundElement("EVENT") {}
 
 bool clsEvent::Changed() const { return GetTextBoolean(node_, "CHANGED", "0"); }
 void clsEvent::Changed(bool value) { SetTextBoolean(node_, "CHANGED", value); }

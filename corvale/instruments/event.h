@@ -6,6 +6,7 @@
 #include <memory>
 #include <string>
 
+#include "corvale/core/bound_element.h"
 #include "corvale/core/object.h"
 #include "corvale/core/xml.h"
 
@@ -19,12 +20,10 @@ inline constexpr int32_t kChannel = 2;
 inline constexpr int32_t kEvent = 3;
 }  // namespace operand
 
-class clsEvent : public Object {
+class clsEvent : public BoundElement {
  public:
   clsEvent();  // bound to a new, detached EVENT element
 
-  xml::Node XMLNode() const;
-  void XMLNode(xml::Node value);
   bool Changed() const;
   void Changed(bool value);
   std::string Description() const;
@@ -66,9 +65,6 @@ class clsEvent : public Object {
   void KeyUnique(bool value);
 
   Variant Invoke(std::string_view member, const Args& args = {}) override;
-
- private:
-  xml::Node node_;
 };
 
 using EventPtr = std::shared_ptr<clsEvent>;

@@ -4,7 +4,7 @@
 
 namespace corvale {
 
-clsFile::clsFile() : node_(CreateElement("FILE")) {}
+clsFile::clsFile() : BoundElement("FILE") {}
 
 std::string clsFile::Family() const { return GetNodeText(node_, "FAMILY", ""); }
 void clsFile::Family(std::string value) { SetNodeText(node_, "FAMILY", value); }
@@ -17,9 +17,6 @@ void clsFile::Version(float value) { SetNodeText(node_, "VERSION", SingleText(va
 
 double clsFile::FileDate() const { return TextToDouble(GetNodeText(node_, "FILEDATE", "")); }
 void clsFile::FileDate(double value) { SetNodeText(node_, "FILEDATE", DoubleText(value)); }
-
-xml::Node clsFile::XMLNode() const { return node_; }
-void clsFile::XMLNode(xml::Node value) { node_ = std::move(value); }
 
 Variant clsFile::Invoke(std::string_view member, const Args& args) {
   using M = MemberTable<clsFile>;

@@ -4,13 +4,14 @@
 #include <memory>
 #include <string>
 
+#include "corvale/core/bound_element.h"
 #include "corvale/core/node_access.h"
 #include "corvale/core/object.h"
 #include "corvale/core/xml.h"
 
 namespace corvale {
 
-class clsFile : public Object {
+class clsFile : public BoundElement {
  public:
   clsFile();  // bound to a new, detached FILE element
 
@@ -24,14 +25,8 @@ class clsFile : public Object {
   // Day number: days since 1899-12-30, the fraction is the time of day; 0 is no date.
   double FileDate() const;
   void FileDate(double value);
-  xml::Node XMLNode() const;
-  void XMLNode(xml::Node value);
 
   Variant Invoke(std::string_view member, const Args& args = {}) override;
-
- private:
-  FactoryUser factory_user_;
-  xml::Node node_;
 };
 
 using FilePtr = std::shared_ptr<clsFile>;

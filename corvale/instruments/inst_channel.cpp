@@ -13,14 +13,12 @@ constexpr std::string_view kIconGroup = "HALDEN";
 }  // namespace
 
 clsInstChannel::clsInstChannel()
-    : node_(CreateElement("CHANNEL")), cdt_(std::make_shared<clsCDTSettings>()) {
+    : BoundElement("CHANNEL"), cdt_(std::make_shared<clsCDTSettings>()) {
   node_.appendChild(cdt_->XMLNode());
 }
 
-xml::Node clsInstChannel::XMLNode() const { return node_; }
-
 void clsInstChannel::XMLNode(xml::Node value) {
-  node_ = std::move(value);
+  BoundElement::XMLNode(std::move(value));
   xml::Node settings = node_.selectSingleNode("CDTSETTINGS");
   // A fresh list rather than the old one: its element may still belong to another channel.
   cdt_ = std::make_shared<clsCDTSettings>();

@@ -7,6 +7,7 @@
 #include <memory>
 #include <string>
 
+#include "corvale/core/bound_element.h"
 #include "corvale/core/host.h"
 #include "corvale/core/object.h"
 #include "corvale/core/xml.h"
@@ -15,14 +16,14 @@
 
 namespace corvale {
 
-class clsInstChannel : public Object {
+class clsInstChannel : public BoundElement {
  public:
   clsInstChannel();  // bound to a new, detached CHANNEL element with an empty CDTSETTINGS
 
-  xml::Node XMLNode() const;
+  using BoundElement::XMLNode;
   // Binds the channel's CDT settings to the element's CDTSETTINGS (appending an empty one when
   // it has none) and reloads the icon.
-  void XMLNode(xml::Node value);
+  void XMLNode(xml::Node value) override;
   bool Changed() const;
   void Changed(bool value);
   int32_t CopyDestination() const;
@@ -95,7 +96,6 @@ class clsInstChannel : public Object {
  private:
   void ReloadIcon();
 
-  xml::Node node_;
   std::shared_ptr<clsCDTSettings> cdt_;
   PicturePtr icon_;
 };

@@ -6,18 +6,17 @@
 #include "corvale/loggers/logger_resource_users.h"
 
 namespace corvale {
+
 clsOutput::clsOutput()
-    : node_(CreateElement("OUTPUT")),
+    : BoundElement("OUTPUT"),
       resources_(std::make_shared<clsLoggerResourceList>()),
       users_(std::make_shared<clsLoggerResourceUsers>()) {
   node_.appendChild(resources_->XMLNode());
   node_.appendChild(users_->XMLNode());
 }
 
-xml::Node clsOutput::XMLNode() const { return node_; }
-
 void clsOutput::XMLNode(xml::Node value) {
-  node_ = std::move(value);
+  BoundElement::XMLNode(std::move(value));
   // Fresh lists rather than the old ones: binding a list empties the list it was, and its
   // element may still belong to another output.
   resources_ = std::make_shared<clsLoggerResourceList>();

@@ -7,6 +7,7 @@
 #include <memory>
 #include <string>
 
+#include "corvale/core/bound_element.h"
 #include "corvale/core/object.h"
 #include "corvale/core/xml.h"
 #include "corvale/loggers/logger_resource_list.h"
@@ -14,14 +15,14 @@
 
 namespace corvale {
 
-class clsOutput : public Object {
+class clsOutput : public BoundElement {
  public:
   clsOutput();  // bound to a new OUTPUT element holding empty RESOURCES and USERS
 
-  xml::Node XMLNode() const;
+  using BoundElement::XMLNode;
   // Binds Resources and Users to the element's RESOURCES and USERS, appending empty ones
   // when it has none.
-  void XMLNode(xml::Node value);
+  void XMLNode(xml::Node value) override;
   std::string Description() const;
   void Description(std::string value);
   std::string FalseCode() const;
@@ -53,7 +54,6 @@ class clsOutput : public Object {
   Variant Invoke(std::string_view member, const Args& args = {}) override;
 
  private:
-  xml::Node node_;
   std::shared_ptr<clsLoggerResourceList> resources_;
   std::shared_ptr<clsLoggerResourceUsers> users_;
 };

@@ -17,7 +17,7 @@ std::string LockModeCaption(int32_t mode) {
   }
 }
 
-clsLoggerResourceRequest::clsLoggerResourceRequest() : node_(CreateElement("REQUEST")) {}
+clsLoggerResourceRequest::clsLoggerResourceRequest() : BoundElement("REQUEST") {}
 
 std::string clsLoggerResourceRequest::Key() const { return GetNodeText(node_, "KEY", ""); }
 void clsLoggerResourceRequest::Key(std::string value) { SetNodeText(node_, "KEY", value); }
@@ -31,9 +31,6 @@ void clsLoggerResourceRequest::Resource(std::string value) {
 
 int32_t clsLoggerResourceRequest::Locked() const { return GetTextLong(node_, "LOCK", ""); }
 void clsLoggerResourceRequest::Locked(int32_t value) { SetTextLong(node_, "LOCK", value); }
-
-xml::Node clsLoggerResourceRequest::XMLNode() const { return node_; }
-void clsLoggerResourceRequest::XMLNode(xml::Node value) { node_ = std::move(value); }
 
 Variant clsLoggerResourceRequest::Invoke(std::string_view member, const Args& args) {
   using C = clsLoggerResourceRequest;

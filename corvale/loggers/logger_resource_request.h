@@ -5,6 +5,7 @@
 #include <memory>
 #include <string>
 
+#include "corvale/core/bound_element.h"
 #include "corvale/core/node_access.h"
 #include "corvale/core/object.h"
 #include "corvale/core/xml.h"
@@ -21,7 +22,7 @@ inline constexpr int32_t kNotAvailable = 2;
 // The captions the editors show for a lock mode ("" for another value).
 std::string LockModeCaption(int32_t mode);
 
-class clsLoggerResourceRequest : public Object {
+class clsLoggerResourceRequest : public BoundElement {
  public:
   clsLoggerResourceRequest();  // bound to a new, detached REQUEST element
 
@@ -32,14 +33,8 @@ class clsLoggerResourceRequest : public Object {
   void Resource(std::string value);
   int32_t Locked() const;
   void Locked(int32_t value);
-  xml::Node XMLNode() const;
-  void XMLNode(xml::Node value);
 
   Variant Invoke(std::string_view member, const Args& args = {}) override;
-
- private:
-  FactoryUser factory_user_;
-  xml::Node node_;
 };
 
 using LoggerResourceRequestPtr = std::shared_ptr<clsLoggerResourceRequest>;
