@@ -2,11 +2,14 @@
 // items out of both again.
 #pragma once
 
+#include <cstdint>
 #include <memory>
 #include <string>
 #include <string_view>
 
+#include "corvale/core/index.h"
 #include "corvale/core/keyed_collection.h"
+#include "corvale/core/node_access.h"
 #include "corvale/core/xml.h"
 
 namespace corvale {
@@ -50,5 +53,54 @@ void ClearBound(KeyedCollection<T>& items, const xml::Node& container) {
   for (const auto& entry : items) TakeOutOf(container, entry.item->XMLNode());
   items.Clear();
 }
+
+// The element names and key pattern of one bound collection.
+struct BoundCollectionShape {
+  std::string_view container;  // e.g. "OUTPUTS"
+  std::string_view child;      // e.g. "OUTPUT"
+  std::string_view keyPrefix;  // generated keys are keyPrefix + n
+  int32_t firstNumber = 0;
+  bool twoDigits = false;  // "EVENT01" rather than "EVENT1"
+};
+
+// The shell that every collection bound to a container element shares: the container made
+// at construction, rebinding, generated keys, look-up and removal. Adding, ordering and
+// parent handling differ between collections and stay with them.
+template <class T>
+class BoundCollection {
+ public:
+  virtual ~BoundCollection() = default;
+
+  xml::Node XMLNode() const { return node_; }
+  // Reads the child elements in document order, giving keyless ones a generated key; raises
+  // 457 when two share a key. Only the collection is emptied: the items stay in the element
+  // left behind.
+  virtual void XMLNode(xml::Node value) {
+    items_.Clear();
+    node_ = std::move(value);
+    BindChildren(items_, node_, shape_.child, [this] { return NextKey(); });
+  }
+  int16_t Count() const { return items_.Count(); }
+  std::shared_ptr<T> Item(const Index& index) const { return items_.Item(index); }
+  // Raises 9 for a missing position or key, before anything changes.
+  virtual void Remove(const Index& index) { RemoveBound(items_, node_, index); }
+  void Clear() { ClearBound(items_, node_); }
+
+ protected:
+  // Bound to a new, empty container element. The shape's texts must outlive the collection.
+  explicit BoundCollection(const BoundCollectionShape& shape)
+      : node_(CreateElement(shape.container)), shape_(shape) {}
+
+  // The first free generated key.
+  std::string NextKey() const {
+    return items_.FirstFreeKey(shape_.keyPrefix, shape_.firstNumber, shape_.twoDigits);
+  }
+
+  xml::Node node_;
+  KeyedCollection<T> items_;
+
+ private:
+  BoundCollectionShape shape_;
+};
 
 }  // namespace corvale

@@ -61,20 +61,7 @@ std::optional<std::array<int32_t, 3>> ConditionOperands(int32_t code) {
   return std::nullopt;
 }
 
-clsEvents::clsEvents() : node_(CreateElement("EVENTS")) {}
-
-xml::Node clsEvents::XMLNode() const { return node_; }
-
-void clsEvents::XMLNode(xml::Node value) {
-  // Only the collection is emptied: the events stay in the element left behind.
-  items_.Clear();
-  node_ = std::move(value);
-  BindChildren(items_, node_, "EVENT", [this] { return NextKey(); });
-}
-
-int16_t clsEvents::Count() const { return items_.Count(); }
-
-EventPtr clsEvents::Item(const corvale::Index& index) const { return items_.Item(index); }
+clsEvents::clsEvents() : BoundCollection({"EVENTS", "EVENT", "EVENT", 1, true}) {}
 
 std::string clsEvents::Parent() const { return parent_; }
 
@@ -82,8 +69,6 @@ void clsEvents::Parent(std::string value) {
   parent_ = value;
   for (const auto& entry : items_) entry.item->Parent(value);
 }
-
-std::string clsEvents::NextKey() const { return items_.FirstFreeKey("EVENT", 1, true); }
 
 EventPtr clsEvents::Add(EventPtr event) {
   if (!event) throw Error(err::kObjectNotSet);
@@ -97,10 +82,6 @@ EventPtr clsEvents::Add(EventPtr event) {
   node_.appendChild(event->XMLNode());
   return event;
 }
-
-void clsEvents::Remove(const corvale::Index& index) { RemoveBound(items_, node_, index); }
-
-void clsEvents::Clear() { ClearBound(items_, node_); }
 
 int16_t clsEvents::PositionOfKey(const std::string& key) const {
   int16_t position = 0;

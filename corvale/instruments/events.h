@@ -9,6 +9,7 @@
 #include <span>
 #include <string>
 
+#include "corvale/core/bound_collection.h"
 #include "corvale/core/index.h"
 #include "corvale/core/keyed_collection.h"
 #include "corvale/core/object.h"
@@ -31,24 +32,17 @@ std::string ConditionText(int32_t code);
 // they were. Codes 24 and 25 have no text but take the operands of code 21.
 std::optional<std::array<int32_t, 3>> ConditionOperands(int32_t code);
 
-class clsEvents : public Object {
+class clsEvents : public Object, public BoundCollection<clsEvent> {
  public:
-  clsEvents();  // bound to a new, empty EVENTS element
+  // Bound to a new, empty EVENTS element; EVENT children without a key get "EVENT" + nn.
+  clsEvents();
 
-  xml::Node XMLNode() const;
-  // Reads the EVENT children in document order, giving keyless ones an "EVENT" + nn key;
-  // raises 457 when two events share a key.
-  void XMLNode(xml::Node value);
-  int16_t Count() const;
-  EventPtr Item(const corvale::Index& index) const;
   // The owning instrument's key; setting it writes PARENT of every event.
   std::string Parent() const;
   void Parent(std::string value);
   // Gives the event the collection's Parent (and, when it has no key, the first free
   // "EVENT" + nn key) and appends it. Raises 457 for a key already present.
   EventPtr Add(EventPtr event);
-  void Remove(const corvale::Index& index);
-  void Clear();
   // Move an event one place up or down, or to a 1-based position or the place of the event
   // with a key. Raise 91 for no event and 9 for an event or target not in the collection.
   void ShiftUp(const EventPtr& event);
@@ -58,14 +52,11 @@ class clsEvents : public Object {
   Variant Invoke(std::string_view member, const Args& args = {}) override;
 
  private:
-  std::string NextKey() const;
   // 1-based position of the first event whose Key equals key exactly; 0 when none does.
   int16_t PositionOfKey(const std::string& key) const;
   int16_t PositionOf(const EventPtr& event) const;
   void MoveTo(int16_t from, int16_t to);
 
-  xml::Node node_;
-  KeyedCollection<clsEvent> items_;
   std::string parent_;
 };
 

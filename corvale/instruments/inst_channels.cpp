@@ -58,18 +58,7 @@ std::string ChannelTypeName(int32_t code) {
   return "";
 }
 
-clsInstChannels::clsInstChannels() : node_(CreateElement("CHANNELS")) {}
-
-xml::Node clsInstChannels::XMLNode() const { return node_; }
-
-void clsInstChannels::XMLNode(xml::Node value) {
-  // Only the collection is emptied: the channels stay in the element left behind.
-  items_.Clear();
-  node_ = std::move(value);
-  BindChildren(items_, node_, "CHANNEL", [this] { return NextKey(); });
-}
-
-std::string clsInstChannels::NextKey() const { return items_.FirstFreeKey("CHAN_"); }
+clsInstChannels::clsInstChannels() : BoundCollection({"CHANNELS", "CHANNEL", "CHAN_"}) {}
 
 InstChannelPtr clsInstChannels::Add(InstChannelPtr channel,
                                     const std::optional<corvale::Index>& before,
@@ -136,12 +125,6 @@ void clsInstChannels::Move(int16_t from, int16_t to) {
   Renumber();
 }
 
-InstChannelPtr clsInstChannels::Item(const corvale::Index& index) const {
-  return items_.Item(index);
-}
-
-int16_t clsInstChannels::Count() const { return items_.Count(); }
-
 std::string clsInstChannels::Parent() const { return parent_; }
 
 void clsInstChannels::Parent(std::string value) {
@@ -160,11 +143,9 @@ void clsInstChannels::Changed(bool value) {
 }
 
 void clsInstChannels::Remove(const corvale::Index& index) {
-  RemoveBound(items_, node_, index);
+  BoundCollection::Remove(index);
   Renumber();
 }
-
-void clsInstChannels::Clear() { ClearBound(items_, node_); }
 
 void clsInstChannels::Renumber() {
   int32_t position = 0;

@@ -8,6 +8,7 @@
 #include <span>
 #include <string>
 
+#include "corvale/core/bound_collection.h"
 #include "corvale/core/index.h"
 #include "corvale/core/keyed_collection.h"
 #include "corvale/core/object.h"
@@ -36,14 +37,11 @@ struct ChannelTypeInfo {
 std::span<const ChannelTypeInfo> ChannelTypes();
 std::string ChannelTypeName(int32_t code);
 
-class clsInstChannels : public Object {
+class clsInstChannels : public Object, public BoundCollection<clsInstChannel> {
  public:
-  clsInstChannels();  // bound to a new, empty CHANNELS element
+  // Bound to a new, empty CHANNELS element; CHANNEL children without a key get "CHAN_" + n.
+  clsInstChannels();
 
-  xml::Node XMLNode() const;
-  // Reads the CHANNEL children in document order, giving keyless ones a "CHAN_" key;
-  // raises 457 when two channels share a key.
-  void XMLNode(xml::Node value);
   // Adds a channel before or after a position or key (at the end with neither); a channel
   // without a key gets the first free "CHAN_" + n. Raises 457 for a key already present, 9
   // for a missing before or after, 5 when both are given.
@@ -52,25 +50,20 @@ class clsInstChannels : public Object {
                      const std::optional<corvale::Index>& after = std::nullopt);
   // Moves the channel at 1-based position from to position to; raises 9 for a missing one.
   void Move(int16_t from, int16_t to);
-  InstChannelPtr Item(const corvale::Index& index) const;
-  int16_t Count() const;
   // The owning instrument's key; setting it writes PARENT of every channel.
   std::string Parent() const;
   void Parent(std::string value);
   // True when any channel is changed; setting it sets every channel's Changed.
   bool Changed() const;
   void Changed(bool value);
-  void Remove(const corvale::Index& index);
-  void Clear();
+  // Also renumbers INDEX of the channels left.
+  void Remove(const corvale::Index& index) override;
 
   Variant Invoke(std::string_view member, const Args& args = {}) override;
 
  private:
-  std::string NextKey() const;
   void Renumber();
 
-  xml::Node node_;
-  KeyedCollection<clsInstChannel> items_;
   std::string parent_;
 };
 

@@ -10,18 +10,7 @@
 
 namespace corvale {
 
-clsOutputs::clsOutputs() : node_(CreateElement("OUTPUTS")) {}
-
-xml::Node clsOutputs::XMLNode() const { return node_; }
-
-void clsOutputs::XMLNode(xml::Node value) {
-  // Only the collection is emptied: the outputs stay in the element left behind.
-  items_.Clear();
-  node_ = std::move(value);
-  BindChildren(items_, node_, "OUTPUT", [this] { return NextKey(); });
-}
-
-std::string clsOutputs::NextKey() const { return items_.FirstFreeKey("OUT_"); }
+clsOutputs::clsOutputs() : BoundCollection({"OUTPUTS", "OUTPUT", "OUT_"}) {}
 
 OutputPtr clsOutputs::Add(OutputPtr output) {
   if (!output) throw Error(err::kObjectNotSet);
@@ -34,14 +23,6 @@ OutputPtr clsOutputs::Add(OutputPtr output) {
   node_.appendChild(output->XMLNode());
   return output;
 }
-
-OutputPtr clsOutputs::Item(const corvale::Index& index) const { return items_.Item(index); }
-
-int16_t clsOutputs::Count() const { return items_.Count(); }
-
-void clsOutputs::Remove(const corvale::Index& index) { RemoveBound(items_, node_, index); }
-
-void clsOutputs::Clear() { ClearBound(items_, node_); }
 
 std::string clsOutputs::Parent() const { return GetNodeText(node_, "PARENT", ""); }
 

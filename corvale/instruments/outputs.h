@@ -7,6 +7,7 @@
 #include <string>
 #include <string_view>
 
+#include "corvale/core/bound_collection.h"
 #include "corvale/core/index.h"
 #include "corvale/core/keyed_collection.h"
 #include "corvale/core/object.h"
@@ -15,21 +16,14 @@
 
 namespace corvale {
 
-class clsOutputs : public Object {
+class clsOutputs : public Object, public BoundCollection<clsOutput> {
  public:
-  clsOutputs();  // bound to a new, empty OUTPUTS element
+  // Bound to a new, empty OUTPUTS element; OUTPUT children without a key get "OUT_" + n.
+  clsOutputs();
 
-  xml::Node XMLNode() const;
-  // Reads the OUTPUT children in document order, giving keyless ones an "OUT_" key; raises
-  // 457 when two outputs share a key.
-  void XMLNode(xml::Node value);
   // Gives a keyless output the first free "OUT_" + n and appends it; raises 457 for a key
   // already present.
   OutputPtr Add(OutputPtr output);
-  OutputPtr Item(const corvale::Index& index) const;
-  int16_t Count() const;
-  void Remove(const corvale::Index& index);
-  void Clear();
   // PARENT of the OUTPUTS element; setting it also sets Parent of every output.
   std::string Parent() const;
   void Parent(std::string value);
@@ -39,12 +33,6 @@ class clsOutputs : public Object {
   bool QueryUninstall();
 
   Variant Invoke(std::string_view member, const Args& args = {}) override;
-
- private:
-  std::string NextKey() const;
-
-  xml::Node node_;
-  KeyedCollection<clsOutput> items_;
 };
 
 using OutputsPtr = std::shared_ptr<clsOutputs>;
