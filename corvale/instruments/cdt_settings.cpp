@@ -75,10 +75,7 @@ void clsCDTSettings::XMLNode(xml::Node value) {
 
 Variant clsCDTSettings::Invoke(std::string_view member, const Args& args) {
   using M = MemberTable<clsCDTSettings>;
-  static const M::Member item = [](clsCDTSettings& self, const Args& a) -> Variant {
-    ExpectArgs(a, 1);
-    return Variant(self.Item(IndexArg(a[0])));
-  };
+  static const M::Member item = MemberTable<clsCDTSettings>::WithIndex(&clsCDTSettings::Item);
   static const M members = {
       {"Count", M::Getter(&clsCDTSettings::Count)},
       {"Item", item},
@@ -89,12 +86,7 @@ Variant clsCDTSettings::Invoke(std::string_view member, const Args& args) {
          self.Add(VariantAs<CDTSettingPtr>(a[0]));
          return {};
        }},
-      {"Remove",
-       [](clsCDTSettings& self, const Args& a) -> Variant {
-         ExpectArgs(a, 1);
-         self.Remove(IndexArg(a[0]));
-         return {};
-       }},
+      {"Remove", MemberTable<clsCDTSettings>::WithIndex(&clsCDTSettings::Remove)},
       {"Clear", M::Method(&clsCDTSettings::Clear)},
       {"Parent", M::Property(&clsCDTSettings::Parent, &clsCDTSettings::Parent)},
   };

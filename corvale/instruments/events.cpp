@@ -147,23 +147,14 @@ Variant clsEvents::Invoke(std::string_view member, const Args& args) {
   using M = MemberTable<T>;
   static const M members = {
       {"Count", M::Getter(&T::Count)},
-      {"Item",
-       [](T& self, const Args& a) -> Variant {
-         ExpectArgs(a, 1);
-         return Variant(self.Item(IndexArg(a[0])));
-       }},
+      {"Item", MemberTable<T>::WithIndex(&T::Item)},
       {"Parent", M::Property(&T::Parent, &T::Parent)},
       {"Add",
        [](T& self, const Args& a) -> Variant {
          ExpectArgs(a, 1);
          return Variant(self.Add(a[0].ToObjectAs<clsEvent>()));
        }},
-      {"Remove",
-       [](T& self, const Args& a) -> Variant {
-         ExpectArgs(a, 1);
-         self.Remove(IndexArg(a[0]));
-         return {};
-       }},
+      {"Remove", MemberTable<T>::WithIndex(&T::Remove)},
       {"Clear", M::Method(&T::Clear)},
       {"ShiftUp",
        [](T& self, const Args& a) -> Variant {

@@ -45,10 +45,7 @@ void clsFiles::Clear() {
 
 Variant clsFiles::Invoke(std::string_view member, const Args& args) {
   using M = MemberTable<clsFiles>;
-  static const M::Member item = [](clsFiles& self, const Args& a) -> Variant {
-    ExpectArgs(a, 1);
-    return Variant(self.Item(IndexArg(a[0])));
-  };
+  static const M::Member item = MemberTable<clsFiles>::WithIndex(&clsFiles::Item);
   static const M members = {
       {"Count", M::Getter(&clsFiles::Count)},
       {"Item", item},
@@ -59,12 +56,7 @@ Variant clsFiles::Invoke(std::string_view member, const Args& args) {
          self.Add(VariantAs<FilePtr>(a[0]));
          return {};
        }},
-      {"Remove",
-       [](clsFiles& self, const Args& a) -> Variant {
-         ExpectArgs(a, 1);
-         self.Remove(IndexArg(a[0]));
-         return {};
-       }},
+      {"Remove", MemberTable<clsFiles>::WithIndex(&clsFiles::Remove)},
       {"Clear", M::Method(&clsFiles::Clear)},
       {"Key", M::Property(&clsFiles::Key, &clsFiles::Key)},
   };

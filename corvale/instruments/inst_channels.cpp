@@ -158,11 +158,7 @@ Variant clsInstChannels::Invoke(std::string_view member, const Args& args) {
   using M = MemberTable<T>;
   static const M members = {
       {"Count", M::Getter(&T::Count)},
-      {"Item",
-       [](T& self, const Args& a) -> Variant {
-         ExpectArgs(a, 1);
-         return Variant(self.Item(IndexArg(a[0])));
-       }},
+      {"Item", MemberTable<T>::WithIndex(&T::Item)},
       {"Add",
        [](T& self, const Args& a) -> Variant {
          if (a.empty() || a.size() > 3) throw Error(err::kInvalidProcedureCall);
@@ -177,12 +173,7 @@ Variant clsInstChannels::Invoke(std::string_view member, const Args& args) {
          self.Move(a[0].ToInt16(), a[1].ToInt16());
          return {};
        }},
-      {"Remove",
-       [](T& self, const Args& a) -> Variant {
-         ExpectArgs(a, 1);
-         self.Remove(IndexArg(a[0]));
-         return {};
-       }},
+      {"Remove", MemberTable<T>::WithIndex(&T::Remove)},
       {"Clear", M::Method(&T::Clear)},
       {"Parent", M::Property(&T::Parent, &T::Parent)},
       {"Changed", M::Property(&T::Changed, &T::Changed)},

@@ -57,18 +57,9 @@ Variant clsOutputs::Invoke(std::string_view member, const Args& args) {
          ExpectArgs(a, 1);
          return Variant(self.Add(a[0].ToObjectAs<clsOutput>()));
        }},
-      {"Item",
-       [](T& self, const Args& a) -> Variant {
-         ExpectArgs(a, 1);
-         return Variant(self.Item(IndexArg(a[0])));
-       }},
+      {"Item", MemberTable<T>::WithIndex(&T::Item)},
       {"Count", M::Getter(&T::Count)},
-      {"Remove",
-       [](T& self, const Args& a) -> Variant {
-         ExpectArgs(a, 1);
-         self.Remove(IndexArg(a[0]));
-         return {};
-       }},
+      {"Remove", MemberTable<T>::WithIndex(&T::Remove)},
       {"Clear", M::Method(&T::Clear)},
       {"Parent", M::Property(&T::Parent, &T::Parent)},
       {"ChannelExists",

@@ -73,10 +73,8 @@ void clsBuddyInstruments::Clear() {
 
 Variant clsBuddyInstruments::Invoke(std::string_view member, const Args& args) {
   using M = MemberTable<clsBuddyInstruments>;
-  static const M::Member item = [](clsBuddyInstruments& self, const Args& a) -> Variant {
-    ExpectArgs(a, 1);
-    return Variant(self.Item(IndexArg(a[0])));
-  };
+  static const M::Member item =
+      MemberTable<clsBuddyInstruments>::WithIndex(&clsBuddyInstruments::Item);
   static const M members = {
       {"Count", M::Getter(&clsBuddyInstruments::Count)},
       {"Item", item},
@@ -87,12 +85,7 @@ Variant clsBuddyInstruments::Invoke(std::string_view member, const Args& args) {
          self.Add(a[0].ToString());
          return {};
        }},
-      {"Remove",
-       [](clsBuddyInstruments& self, const Args& a) -> Variant {
-         ExpectArgs(a, 1);
-         self.Remove(IndexArg(a[0]));
-         return {};
-       }},
+      {"Remove", MemberTable<clsBuddyInstruments>::WithIndex(&clsBuddyInstruments::Remove)},
       {"Clear", M::Method(&clsBuddyInstruments::Clear)},
       {"Parent", M::Property(&clsBuddyInstruments::Parent, &clsBuddyInstruments::Parent)},
   };

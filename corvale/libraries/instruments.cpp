@@ -4,12 +4,6 @@ namespace corvale {
 
 Variant IInstruments::Invoke(std::string_view member, const Args& args) {
   using M = MemberTable<IInstruments>;
-  auto indexed = [](InstrumentPtr (IInstruments::*get)(const Index&)) {
-    return [get](IInstruments& self, const Args& a) -> Variant {
-      ExpectArgs(a, 1);
-      return Variant((self.*get)(IndexArg(a[0])));
-    };
-  };
   auto withFile = [](bool (IInstruments::*op)(const std::string&)) {
     return [op](IInstruments& self, const Args& a) -> Variant {
       ExpectArgs(a, 1);
@@ -20,8 +14,8 @@ Variant IInstruments::Invoke(std::string_view member, const Args& args) {
       {"Name", M::Property(&IInstruments::Name, &IInstruments::Name)},
       {"Description", M::Property(&IInstruments::Description, &IInstruments::Description)},
       {"Count", M::Getter(&IInstruments::Count)},
-      {"Item", indexed(&IInstruments::Item)},
-      {"LibraryItem", indexed(&IInstruments::LibraryItem)},
+      {"Item", M::WithIndex(&IInstruments::Item)},
+      {"LibraryItem", M::WithIndex(&IInstruments::LibraryItem)},
       {"EditMode", M::Property(&IInstruments::EditMode, &IInstruments::EditMode)},
       {"Provider", M::Property(&IInstruments::Provider, &IInstruments::Provider)},
       {"Source", M::Property(&IInstruments::Source, &IInstruments::Source)},
@@ -33,12 +27,7 @@ Variant IInstruments::Invoke(std::string_view member, const Args& args) {
          return Variant(self.Add(a[0].ToObjectAs<IInstrument>()));
        }},
       {"Clear", M::Method(&IInstruments::Clear)},
-      {"Remove",
-       [](IInstruments& self, const Args& a) -> Variant {
-         ExpectArgs(a, 1);
-         self.Remove(IndexArg(a[0]));
-         return {};
-       }},
+      {"Remove", MemberTable<IInstruments>::WithIndex(&IInstruments::Remove)},
       {"Load", withFile(&IInstruments::Load)},
       {"Save", withFile(&IInstruments::Save)},
       {"ClassName", M::Getter(&IInstruments::ClassName)},

@@ -62,11 +62,7 @@ void clsLibraries::Clear() { libraries_.Clear(); }
 Variant clsLibraries::Invoke(std::string_view member, const Args& args) {
   using M = MemberTable<clsLibraries>;
   static const M members = {
-      {"Item",
-       [](clsLibraries& self, const Args& a) -> Variant {
-         ExpectArgs(a, 1);
-         return Variant(self.Item(IndexArg(a[0])));
-       }},
+      {"Item", MemberTable<clsLibraries>::WithIndex(&clsLibraries::Item)},
       {"Library",
        [](clsLibraries& self, const Args& a) -> Variant {
          ExpectArgs(a, 1);
@@ -79,12 +75,7 @@ Variant clsLibraries::Invoke(std::string_view member, const Args& args) {
          self.Add(a[0].ToObjectAs<IInstruments>());
          return {};
        }},
-      {"Remove",
-       [](clsLibraries& self, const Args& a) -> Variant {
-         ExpectArgs(a, 1);
-         self.Remove(IndexArg(a[0]));
-         return {};
-       }},
+      {"Remove", MemberTable<clsLibraries>::WithIndex(&clsLibraries::Remove)},
       {"Clear", M::Method(&clsLibraries::Clear)},
   };
   return members.Invoke(*this, member, args);

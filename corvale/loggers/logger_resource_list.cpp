@@ -52,10 +52,8 @@ void clsLoggerResourceList::Clear() {
 
 Variant clsLoggerResourceList::Invoke(std::string_view member, const Args& args) {
   using M = MemberTable<clsLoggerResourceList>;
-  static const M::Member item = [](clsLoggerResourceList& self, const Args& a) -> Variant {
-    ExpectArgs(a, 1);
-    return Variant(self.Item(IndexArg(a[0])));
-  };
+  static const M::Member item =
+      MemberTable<clsLoggerResourceList>::WithIndex(&clsLoggerResourceList::Item);
   static const M members = {
       {"Count", M::Getter(&clsLoggerResourceList::Count)},
       {"Item", item},
@@ -66,12 +64,7 @@ Variant clsLoggerResourceList::Invoke(std::string_view member, const Args& args)
          self.Add(VariantAs<LoggerResourceRequestPtr>(a[0]));
          return {};
        }},
-      {"Remove",
-       [](clsLoggerResourceList& self, const Args& a) -> Variant {
-         ExpectArgs(a, 1);
-         self.Remove(IndexArg(a[0]));
-         return {};
-       }},
+      {"Remove", MemberTable<clsLoggerResourceList>::WithIndex(&clsLoggerResourceList::Remove)},
       {"Clear", M::Method(&clsLoggerResourceList::Clear)},
       {"Parent", M::Property(&clsLoggerResourceList::Parent, &clsLoggerResourceList::Parent)},
   };

@@ -84,10 +84,8 @@ void clsLoggerResourceUsers::XMLNode(xml::Node value) {
 
 Variant clsLoggerResourceUsers::Invoke(std::string_view member, const Args& args) {
   using M = MemberTable<clsLoggerResourceUsers>;
-  static const M::Member item = [](clsLoggerResourceUsers& self, const Args& a) -> Variant {
-    ExpectArgs(a, 1);
-    return Variant(self.Item(IndexArg(a[0])));
-  };
+  static const M::Member item =
+      MemberTable<clsLoggerResourceUsers>::WithIndex(&clsLoggerResourceUsers::Item);
   static const M members = {
       {"Count", M::Getter(&clsLoggerResourceUsers::Count)},
       {"Item", item},
@@ -101,12 +99,7 @@ Variant clsLoggerResourceUsers::Invoke(std::string_view member, const Args& args
          self.Add(a[0].ToString(), before, after);
          return {};
        }},
-      {"Remove",
-       [](clsLoggerResourceUsers& self, const Args& a) -> Variant {
-         ExpectArgs(a, 1);
-         self.Remove(IndexArg(a[0]));
-         return {};
-       }},
+      {"Remove", MemberTable<clsLoggerResourceUsers>::WithIndex(&clsLoggerResourceUsers::Remove)},
       {"Clear", M::Method(&clsLoggerResourceUsers::Clear)},
       {"IsUser",
        [](clsLoggerResourceUsers& self, const Args& a) -> Variant {

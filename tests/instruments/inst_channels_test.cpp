@@ -180,6 +180,13 @@ TEST(InstChannels, RemoveRenumbersAndParentAndChangedReachEveryChannel) {
                 ->Invoke("Alias")
                 .ToString(),
             "Level");
+  // Late-bound Item and Remove take a key as well as a position.
+  EXPECT_EQ(channels->Invoke("item", {Variant("chan_0")}).ToObjectAs<clsInstChannel>()->Alias(),
+            "Level");
+  EXPECT_EQ(ErrorOf([&] { channels->Invoke("Remove"); }), err::kInvalidProcedureCall);
+  channels->Invoke("Remove", {Variant("CHAN_0")});
+  EXPECT_EQ(channels->Count(), 0);
+  EXPECT_TRUE(element.selectNodes("CHANNEL").empty());
 }
 
 // A logger input channel as a logger definition offers it.
