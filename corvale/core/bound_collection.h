@@ -91,6 +91,23 @@ class BoundCollection {
   explicit BoundCollection(const BoundCollectionShape& shape)
       : node_(CreateElement(shape.container)), shape_(shape) {}
 
+  // Takes the item at `from` out of the collection and its element out of the container, then
+  // puts the entry back under its key at position `to` (at the end when `to` is past the
+  // last); returns the element for the caller to place, as each collection orders it.
+  xml::Node Reenter(int16_t from, int16_t to) {
+    std::shared_ptr<T> item = items_.Item(from);
+    const std::string key = items_.KeyAt(from);
+    items_.Remove(from);
+    xml::Node element = item->XMLNode();
+    TakeOutOf(node_, element);
+    if (to <= items_.Count()) {
+      items_.Add(item, key, Index(to));
+    } else {
+      items_.Add(item, key);
+    }
+    return element;
+  }
+
   // The first free generated key.
   std::string NextKey() const {
     return items_.FirstFreeKey(shape_.keyPrefix, shape_.firstNumber, shape_.twoDigits);

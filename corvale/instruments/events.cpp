@@ -123,17 +123,7 @@ void clsEvents::ShiftTo(const EventPtr& event, const corvale::Index& target) {
 
 // Entry and element move together, so that document order and collection order stay equal.
 void clsEvents::MoveTo(int16_t from, int16_t to) {
-  EventPtr event = items_.Item(from);
-  const std::string key = items_.KeyAt(from);
-  items_.Remove(from);
-  xml::Node element = event->XMLNode();
-  TakeOutOf(node_, element);
-
-  if (to <= items_.Count()) {
-    items_.Add(event, key, corvale::Index(to));
-  } else {
-    items_.Add(event, key);
-  }
+  xml::Node element = Reenter(from, to);
   const std::vector<xml::Node> siblings = node_.selectNodes("EVENT");
   if (static_cast<size_t>(to) <= siblings.size()) {
     node_.insertBefore(element, siblings[static_cast<size_t>(to) - 1]);

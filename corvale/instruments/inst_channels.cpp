@@ -100,20 +100,10 @@ InstChannelPtr clsInstChannels::Add(InstChannelPtr channel,
 }
 
 void clsInstChannels::Move(int16_t from, int16_t to) {
-  InstChannelPtr mover = items_.Item(from);
+  items_.Item(from);  // both positions are checked (error 9) before anything changes
   InstChannelPtr target = items_.Item(to);
   if (from == to) return;
-  const std::string key = items_.KeyAt(from);
-
-  items_.Remove(from);
-  xml::Node element = mover->XMLNode();
-  TakeOutOf(node_, element);
-
-  if (to <= items_.Count()) {
-    items_.Add(mover, key, corvale::Index(to));
-  } else {
-    items_.Add(mover, key);
-  }
+  xml::Node element = Reenter(from, to);
   // Deliberately before the target's element: a move towards the end leaves the channel one
   // place earlier in the document than in the collection, and INDEX follows the document.
   xml::Node reference = target->XMLNode();
