@@ -182,25 +182,11 @@ class MemberTable {
   }
   // An operation taking one position-or-key argument, such as a collection's Item or Remove
   // (its result, if any, is returned).
-  template <class C, class R>
-  static Member WithIndex(R (C::*method)(const Index&) const) {
-    static_assert(std::is_base_of_v<C, T>);
+  template <class Method>
+  static Member WithIndex(Method method) {
     return [method](T& self, const Args& args) -> Variant {
       ExpectArgs(args, 1);
-      if constexpr (std::is_void_v<R>) {
-        (self.*method)(IndexArg(args[0]));
-        return {};
-      } else {
-        return Variant((self.*method)(IndexArg(args[0])));
-      }
-    };
-  }
-  template <class C, class R>
-  static Member WithIndex(R (C::*method)(const Index&)) {
-    static_assert(std::is_base_of_v<C, T>);
-    return [method](T& self, const Args& args) -> Variant {
-      ExpectArgs(args, 1);
-      if constexpr (std::is_void_v<R>) {
+      if constexpr (std::is_void_v<decltype((self.*method)(IndexArg(args[0])))>) {
         (self.*method)(IndexArg(args[0]));
         return {};
       } else {
