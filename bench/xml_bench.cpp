@@ -20,7 +20,7 @@
 #include <string>
 
 #include "bench/library_generator.h"
-#include "corvale/core/xml.h"
+#include "corvale/xml/xml.h"
 
 namespace {
 

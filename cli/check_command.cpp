@@ -5,7 +5,7 @@
 
 #include "cli/cli_util.h"
 #include "cli/commands.h"
-#include "corvale/core/xml.h"
+#include "corvale/xml/xml.h"
 
 namespace corvale::cli {
 namespace {

@@ -7,10 +7,10 @@
 #include "cli/cli_util.h"
 #include "cli/commands.h"
 #include "cli/instrument_printer.h"
+#include "corvale/binding/node_access.h"
 #include "corvale/core/convert.h"
-#include "corvale/core/node_access.h"
-#include "corvale/core/xml.h"
 #include "corvale/instruments/std_instrument.h"
+#include "corvale/xml/xml.h"
 
 namespace corvale::cli {
 namespace {

@@ -4,8 +4,8 @@
 #include <unordered_map>
 #include <vector>
 
+#include "corvale/binding/node_access.h"
 #include "corvale/core/convert.h"
-#include "corvale/core/node_access.h"
 
 namespace corvale::cli {
 

@@ -5,8 +5,8 @@
 #include <string>
 #include <string_view>
 
-#include "corvale/core/xml.h"
 #include "corvale/libraries/xml_instruments.h"
+#include "corvale/xml/xml.h"
 
 namespace corvale::cli {
 

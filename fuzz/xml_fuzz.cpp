@@ -6,7 +6,7 @@
 #include <string>
 #include <string_view>
 
-#include "corvale/core/xml.h"
+#include "corvale/xml/xml.h"
 
 using corvale::xml::Document;
 using corvale::xml::Node;

@@ -25,7 +25,9 @@ void RegisterClassOf(std::string_view name) {
   RegisterClass(name, [] { return std::make_shared<T>(); });
 }
 
-// Defined beside the model (corvale/builtin_classes.cpp): registers every built-in class.
+// Registers every built-in class. Only declared here: core knows none of the model's classes,
+// so the one definition lives above every layer, in corvale/builtin_classes.cpp, and the
+// linker joins the two; the registry calls it on its first use.
 void RegisterBuiltInClasses();
 
 }  // namespace corvale

@@ -2,6 +2,7 @@
 
 #include "corvale/core/convert.h"
 #include "corvale/core/error.h"
+#include "corvale/core/member_table.h"
 
 namespace corvale {
 

@@ -6,10 +6,10 @@
 #include <cstdint>
 #include <string>
 
-#include "corvale/core/bound_element.h"
-#include "corvale/core/node_access.h"
+#include "corvale/binding/bound_element.h"
+#include "corvale/binding/node_access.h"
 #include "corvale/core/object.h"
-#include "corvale/core/xml.h"
+#include "corvale/xml/xml.h"
 
 namespace corvale {
 

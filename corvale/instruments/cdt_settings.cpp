@@ -3,6 +3,7 @@
 #include "corvale/core/convert.h"
 #include "corvale/core/error.h"
 #include "corvale/core/keyed_collection.h"
+#include "corvale/core/member_table.h"
 #include "corvale/core/object.h"
 
 namespace corvale {

@@ -6,12 +6,12 @@
 #include <memory>
 #include <string>
 
+#include "corvale/binding/node_access.h"
 #include "corvale/core/index.h"
 #include "corvale/core/keyed_collection.h"
-#include "corvale/core/node_access.h"
 #include "corvale/core/object.h"
-#include "corvale/core/xml.h"
 #include "corvale/instruments/cdt_setting.h"
+#include "corvale/xml/xml.h"
 
 namespace corvale {
 

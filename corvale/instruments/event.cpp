@@ -1,7 +1,8 @@
 #include "corvale/instruments/event.h"
 
+#include "corvale/binding/node_access.h"
 #include "corvale/core/convert.h"
-#include "corvale/core/node_access.h"
+#include "corvale/core/member_table.h"
 #include "corvale/instruments/events.h"
 
 namespace corvale {

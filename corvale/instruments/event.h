@@ -6,9 +6,9 @@
 #include <memory>
 #include <string>
 
-#include "corvale/core/bound_element.h"
+#include "corvale/binding/bound_element.h"
 #include "corvale/core/object.h"
-#include "corvale/core/xml.h"
+#include "corvale/xml/xml.h"
 
 namespace corvale {
 

@@ -1,6 +1,7 @@
 #include "corvale/instruments/file.h"
 
 #include "corvale/core/convert.h"
+#include "corvale/core/member_table.h"
 
 namespace corvale {
 

@@ -1,7 +1,8 @@
 #include "corvale/instruments/inst_channel.h"
 
+#include "corvale/binding/node_access.h"
 #include "corvale/core/convert.h"
-#include "corvale/core/node_access.h"
+#include "corvale/core/member_table.h"
 #include "corvale/instruments/cdt_settings.h"
 #include "corvale/instruments/inst_channels.h"
 

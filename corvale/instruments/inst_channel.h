@@ -7,12 +7,12 @@
 #include <memory>
 #include <string>
 
-#include "corvale/core/bound_element.h"
+#include "corvale/binding/bound_element.h"
 #include "corvale/core/host.h"
 #include "corvale/core/object.h"
-#include "corvale/core/xml.h"
 #include "corvale/instruments/cdt_settings.h"
 #include "corvale/instruments/logger_input_channel.h"
+#include "corvale/xml/xml.h"
 
 namespace corvale {
 

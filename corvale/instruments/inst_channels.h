@@ -8,12 +8,12 @@
 #include <span>
 #include <string>
 
-#include "corvale/core/bound_collection.h"
+#include "corvale/binding/bound_collection.h"
 #include "corvale/core/index.h"
 #include "corvale/core/keyed_collection.h"
 #include "corvale/core/object.h"
-#include "corvale/core/xml.h"
 #include "corvale/instruments/inst_channel.h"
+#include "corvale/xml/xml.h"
 
 namespace corvale {
 

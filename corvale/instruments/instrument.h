@@ -8,7 +8,7 @@
 
 #include "corvale/core/host.h"
 #include "corvale/core/object.h"
-#include "corvale/core/xml.h"
+#include "corvale/xml/xml.h"
 
 namespace corvale {
 

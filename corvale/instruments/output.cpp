@@ -1,9 +1,10 @@
 #include "corvale/instruments/output.h"
 
+#include "corvale/binding/node_access.h"
 #include "corvale/core/convert.h"
-#include "corvale/core/node_access.h"
-#include "corvale/loggers/logger_resource_list.h"
-#include "corvale/loggers/logger_resource_users.h"
+#include "corvale/core/member_table.h"
+#include "corvale/resources/logger_resource_list.h"
+#include "corvale/resources/logger_resource_users.h"
 
 namespace corvale {
 

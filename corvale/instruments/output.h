@@ -7,11 +7,11 @@
 #include <memory>
 #include <string>
 
-#include "corvale/core/bound_element.h"
+#include "corvale/binding/bound_element.h"
 #include "corvale/core/object.h"
-#include "corvale/core/xml.h"
-#include "corvale/loggers/logger_resource_list.h"
-#include "corvale/loggers/logger_resource_users.h"
+#include "corvale/resources/logger_resource_list.h"
+#include "corvale/resources/logger_resource_users.h"
+#include "corvale/xml/xml.h"
 
 namespace corvale {
 

@@ -2,10 +2,11 @@
 
 #include <limits>
 
-#include "corvale/core/bound_collection.h"
+#include "corvale/binding/bound_collection.h"
+#include "corvale/binding/node_access.h"
 #include "corvale/core/convert.h"
 #include "corvale/core/error.h"
-#include "corvale/core/node_access.h"
+#include "corvale/core/member_table.h"
 #include "corvale/core/object.h"
 
 namespace corvale {

@@ -7,12 +7,12 @@
 #include <string>
 #include <string_view>
 
-#include "corvale/core/bound_collection.h"
+#include "corvale/binding/bound_collection.h"
 #include "corvale/core/index.h"
 #include "corvale/core/keyed_collection.h"
 #include "corvale/core/object.h"
-#include "corvale/core/xml.h"
 #include "corvale/instruments/output.h"
+#include "corvale/xml/xml.h"
 
 namespace corvale {
 

@@ -6,18 +6,18 @@
 #include <memory>
 #include <string>
 
+#include "corvale/binding/node_access.h"
 #include "corvale/core/host.h"
-#include "corvale/core/node_access.h"
 #include "corvale/core/object.h"
-#include "corvale/core/xml.h"
+#include "corvale/instruments/buddy_instruments.h"
 #include "corvale/instruments/cdt_settings.h"
 #include "corvale/instruments/events.h"
 #include "corvale/instruments/files.h"
 #include "corvale/instruments/inst_channels.h"
 #include "corvale/instruments/instrument.h"
 #include "corvale/instruments/outputs.h"
-#include "corvale/libraries/buddy_instruments.h"
-#include "corvale/loggers/logger_resource_list.h"
+#include "corvale/resources/logger_resource_list.h"
+#include "corvale/xml/xml.h"
 
 namespace corvale {
 

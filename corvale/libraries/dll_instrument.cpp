@@ -2,14 +2,15 @@
 
 #include "corvale/core/convert.h"
 #include "corvale/core/error.h"
+#include "corvale/core/member_table.h"
 #include "corvale/core/registry.h"
+#include "corvale/instruments/buddy_instruments.h"
 #include "corvale/instruments/cdt_settings.h"
 #include "corvale/instruments/events.h"
 #include "corvale/instruments/files.h"
 #include "corvale/instruments/inst_channels.h"
 #include "corvale/instruments/outputs.h"
-#include "corvale/libraries/buddy_instruments.h"
-#include "corvale/loggers/logger_resource_list.h"
+#include "corvale/resources/logger_resource_list.h"
 
 namespace corvale {
 

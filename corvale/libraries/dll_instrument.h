@@ -8,11 +8,11 @@
 #include <memory>
 #include <string>
 
+#include "corvale/binding/node_access.h"
 #include "corvale/core/host.h"
-#include "corvale/core/node_access.h"
 #include "corvale/core/object.h"
-#include "corvale/core/xml.h"
 #include "corvale/instruments/instrument.h"
+#include "corvale/xml/xml.h"
 
 namespace corvale {
 

@@ -1,5 +1,7 @@
 #include "corvale/libraries/instruments.h"
 
+#include "corvale/core/member_table.h"
+
 namespace corvale {
 
 Variant IInstruments::Invoke(std::string_view member, const Args& args) {

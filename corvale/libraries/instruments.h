@@ -11,8 +11,8 @@
 #include "corvale/core/host.h"
 #include "corvale/core/index.h"
 #include "corvale/core/object.h"
-#include "corvale/core/xml.h"
 #include "corvale/instruments/instrument.h"
+#include "corvale/xml/xml.h"
 
 namespace corvale {
 

@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "corvale/core/member_table.h"
 #include "corvale/core/object.h"
 #include "corvale/core/registry.h"
 

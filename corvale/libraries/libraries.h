@@ -7,12 +7,12 @@
 #include <string>
 #include <string_view>
 
+#include "corvale/binding/node_access.h"
 #include "corvale/core/index.h"
 #include "corvale/core/keyed_collection.h"
-#include "corvale/core/node_access.h"
 #include "corvale/core/object.h"
-#include "corvale/core/xml.h"
 #include "corvale/libraries/instruments.h"
+#include "corvale/xml/xml.h"
 
 namespace corvale {
 

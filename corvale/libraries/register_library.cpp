@@ -4,6 +4,7 @@
 
 #include "corvale/core/convert.h"
 #include "corvale/core/host.h"
+#include "corvale/core/member_table.h"
 
 namespace corvale {
 

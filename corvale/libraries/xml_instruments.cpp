@@ -2,9 +2,9 @@
 
 #include <utility>
 
+#include "corvale/binding/node_access.h"
 #include "corvale/core/convert.h"
 #include "corvale/core/error.h"
-#include "corvale/core/node_access.h"
 #include "corvale/libraries/library_support.h"
 
 namespace corvale {

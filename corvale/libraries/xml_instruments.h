@@ -12,8 +12,8 @@
 
 #include "corvale/core/host.h"
 #include "corvale/core/index.h"
-#include "corvale/core/xml.h"
 #include "corvale/libraries/instruments.h"
+#include "corvale/xml/xml.h"
 
 namespace corvale {
 

@@ -2,10 +2,11 @@
 
 #include <utility>
 
+#include "corvale/binding/node_access.h"
 #include "corvale/core/convert.h"
 #include "corvale/core/error.h"
 #include "corvale/core/host.h"
-#include "corvale/core/node_access.h"
+#include "corvale/core/member_table.h"
 
 namespace corvale {
 

@@ -6,11 +6,11 @@
 #include <string>
 #include <vector>
 
-#include "corvale/core/node_access.h"
+#include "corvale/binding/node_access.h"
 #include "corvale/core/object.h"
-#include "corvale/core/xml.h"
 #include "corvale/libraries/libraries.h"
 #include "corvale/libraries/xml_instruments.h"
+#include "corvale/xml/xml.h"
 
 namespace corvale {
 

@@ -7,6 +7,7 @@
 #include <stdexcept>
 
 #include "corvale/core/error.h"
+#include "corvale/core/member_table.h"
 #include "tests/support/test_support.h"
 
 namespace corvale {

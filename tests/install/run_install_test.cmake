@@ -23,7 +23,7 @@ endfunction()
 
 run_step("install" ${CMAKE_COMMAND} --install ${CORVALE_BUILD_DIR} --prefix ${prefix}
   --config ${BUILD_CONFIG})
-foreach(installed include/corvale/core/xml.h include/corvale/core/host.h bin/corvale)
+foreach(installed include/corvale/xml/xml.h include/corvale/core/host.h bin/corvale)
   if(NOT EXISTS ${prefix}/${installed})
     message(FATAL_ERROR "${installed} was not installed")
   endif()

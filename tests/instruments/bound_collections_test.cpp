@@ -4,12 +4,12 @@
 
 #include <string>
 
+#include "corvale/binding/node_access.h"
 #include "corvale/core/error.h"
-#include "corvale/core/node_access.h"
-#include "corvale/core/xml.h"
 #include "corvale/instruments/events.h"
 #include "corvale/instruments/inst_channels.h"
 #include "corvale/instruments/outputs.h"
+#include "corvale/xml/xml.h"
 #include "tests/support/test_support.h"
 
 namespace corvale {

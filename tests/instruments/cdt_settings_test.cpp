@@ -2,8 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include "corvale/binding/node_access.h"
 #include "corvale/core/error.h"
-#include "corvale/core/node_access.h"
 #include "tests/support/test_support.h"
 
 namespace corvale {

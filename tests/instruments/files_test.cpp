@@ -4,8 +4,8 @@
 
 #include <chrono>
 
+#include "corvale/binding/node_access.h"
 #include "corvale/core/error.h"
-#include "corvale/core/node_access.h"
 #include "tests/support/test_support.h"
 
 namespace corvale {

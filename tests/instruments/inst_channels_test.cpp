@@ -7,9 +7,9 @@
 #include <memory>
 #include <string>
 
+#include "corvale/binding/node_access.h"
 #include "corvale/core/error.h"
-#include "corvale/core/node_access.h"
-#include "corvale/core/xml.h"
+#include "corvale/xml/xml.h"
 #include "tests/support/test_support.h"
 
 namespace corvale {

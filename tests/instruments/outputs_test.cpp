@@ -7,11 +7,11 @@
 #include <memory>
 #include <string>
 
+#include "corvale/binding/node_access.h"
 #include "corvale/core/error.h"
-#include "corvale/core/node_access.h"
-#include "corvale/core/xml.h"
-#include "corvale/loggers/logger_resource_list.h"
-#include "corvale/loggers/logger_resource_users.h"
+#include "corvale/resources/logger_resource_list.h"
+#include "corvale/resources/logger_resource_users.h"
+#include "corvale/xml/xml.h"
 #include "tests/support/test_support.h"
 
 namespace corvale {

@@ -8,17 +8,17 @@
 #include <string>
 #include <vector>
 
+#include "corvale/binding/node_access.h"
 #include "corvale/core/error.h"
 #include "corvale/core/host.h"
-#include "corvale/core/node_access.h"
 #include "corvale/core/registry.h"
+#include "corvale/instruments/buddy_instruments.h"
 #include "corvale/instruments/cdt_settings.h"
 #include "corvale/instruments/events.h"
 #include "corvale/instruments/files.h"
 #include "corvale/instruments/inst_channels.h"
 #include "corvale/instruments/outputs.h"
-#include "corvale/libraries/buddy_instruments.h"
-#include "corvale/loggers/logger_resource_list.h"
+#include "corvale/resources/logger_resource_list.h"
 #include "tests/support/test_support.h"
 
 namespace corvale {

@@ -2,13 +2,14 @@
 
 #include <gtest/gtest.h>
 
+#include "corvale/binding/node_access.h"
 #include "corvale/core/convert.h"
 #include "corvale/core/error.h"
-#include "corvale/core/node_access.h"
+#include "corvale/core/member_table.h"
 #include "corvale/core/registry.h"
+#include "corvale/instruments/buddy_instruments.h"
 #include "corvale/instruments/cdt_settings.h"
-#include "corvale/libraries/buddy_instruments.h"
-#include "corvale/loggers/logger_resource_list.h"
+#include "corvale/resources/logger_resource_list.h"
 #include "tests/support/test_support.h"
 
 namespace corvale {

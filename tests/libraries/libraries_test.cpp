@@ -5,8 +5,8 @@
 #include <memory>
 #include <string>
 
+#include "corvale/binding/node_access.h"
 #include "corvale/core/error.h"
-#include "corvale/core/node_access.h"
 #include "corvale/core/registry.h"
 #include "corvale/libraries/library_instruments.h"
 #include "corvale/libraries/xml_instruments.h"

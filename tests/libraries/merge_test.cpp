@@ -3,8 +3,8 @@
 #include <memory>
 #include <string>
 
+#include "corvale/binding/node_access.h"
 #include "corvale/core/error.h"
-#include "corvale/core/node_access.h"
 #include "corvale/core/registry.h"
 #include "corvale/libraries/xml_merge_instruments.h"
 #include "tests/support/test_support.h"

@@ -14,8 +14,8 @@
 #include "corvale/core/convert.h"
 #include "corvale/core/error.h"
 #include "corvale/core/host.h"
-#include "corvale/core/xml.h"
 #include "corvale/instruments/instrument.h"
+#include "corvale/xml/xml.h"
 
 namespace corvale::test {
 

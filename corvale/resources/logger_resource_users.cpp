@@ -1,0 +1,114 @@
+#include "corvale/resources/logger_resource_users.h"
+
+#include "corvale/core/convert.h"
+#include "corvale/core/error.h"
+#include "corvale/core/member_table.h"
+#include "corvale/core/object.h"
+
+namespace corvale {
+
+namespace {
+
+std::string UserName(std::string_view user) {
+  return user.empty() ? std::string("UNKNOWN") : std::string(user);
+}
+
+// The collection key of a user: "@" and the name.
+std::string UserKey(std::string_view name) {
+  std::string key;
+  key.reserve(name.size() + 1);
+  key += '@';
+  key += name;
+  return key;
+}
+
+}  // namespace
+
+clsLoggerResourceUsers::clsLoggerResourceUsers() : node_(CreateElement("USERS")) {}
+
+int16_t clsLoggerResourceUsers::Count() const { return items_.Count(); }
+
+corvale::Index clsLoggerResourceUsers::KeyOf(const corvale::Index& index) {
+  if (index.IsPosition()) return index;
+  return UserKey(UserName(index.Key()));
+}
+
+std::string clsLoggerResourceUsers::Item(const corvale::Index& index) const {
+  return items_.Item(KeyOf(index))->node.text();
+}
+
+void clsLoggerResourceUsers::Add(std::string user, const std::optional<corvale::Index>& before,
+                                 const std::optional<corvale::Index>& after) {
+  const std::string name = UserName(user);
+  xml::Node element = CreateElement("USER");
+  element.text(name);
+  // Each step goes on when the one before fails: a name already present keeps one entry
+  // but still gets its own USER element, which allocation has always left in documents.
+  try {
+    items_.Add(std::make_shared<Entry>(Entry{element}), UserKey(name), before, after);
+  } catch (const Error&) {
+  }
+  try {
+    node_.appendChild(element);
+  } catch (const Error&) {
+  }
+}
+
+void clsLoggerResourceUsers::Remove(const corvale::Index& index) {
+  const corvale::Index key = KeyOf(index);
+  if (key.IsPosition() ? key.Position() < 1 || key.Position() > items_.Count()
+                       : !items_.Exists(key.Key()))
+    return;
+  node_.removeChild(items_.Item(key)->node);
+  items_.Remove(key);
+}
+
+void clsLoggerResourceUsers::Clear() {
+  while (!items_.Empty()) Remove(1);
+}
+
+bool clsLoggerResourceUsers::IsUser(std::string_view user) const {
+  // No "UNKNOWN" for an empty name here, unlike Add and Remove.
+  return items_.Exists(UserKey(user));
+}
+
+xml::Node clsLoggerResourceUsers::XMLNode() const { return node_; }
+
+void clsLoggerResourceUsers::XMLNode(xml::Node value) {
+  if (value == node_) return;
+  // Clearing takes the users out of the element left behind.
+  Clear();
+  node_ = std::move(value);
+  for (const xml::Node& child : node_.selectNodes("USER"))
+    items_.Add(std::make_shared<Entry>(Entry{child}), UserKey(child.text()));
+}
+
+Variant clsLoggerResourceUsers::Invoke(std::string_view member, const Args& args) {
+  using M = MemberTable<clsLoggerResourceUsers>;
+  static const M::Member item =
+      MemberTable<clsLoggerResourceUsers>::WithIndex(&clsLoggerResourceUsers::Item);
+  static const M members = {
+      {"Count", M::Getter(&clsLoggerResourceUsers::Count)},
+      {"Item", item},
+      {"", item},
+      {"Add",
+       [](clsLoggerResourceUsers& self, const Args& a) -> Variant {
+         if (a.empty() || a.size() > 3) throw Error(err::kInvalidProcedureCall);
+         std::optional<corvale::Index> before, after;
+         if (a.size() > 1 && !a[1].IsEmpty()) before = IndexArg(a[1]);
+         if (a.size() > 2 && !a[2].IsEmpty()) after = IndexArg(a[2]);
+         self.Add(a[0].ToString(), before, after);
+         return {};
+       }},
+      {"Remove", MemberTable<clsLoggerResourceUsers>::WithIndex(&clsLoggerResourceUsers::Remove)},
+      {"Clear", M::Method(&clsLoggerResourceUsers::Clear)},
+      {"IsUser",
+       [](clsLoggerResourceUsers& self, const Args& a) -> Variant {
+         ExpectArgs(a, 1);
+         return self.IsUser(a[0].ToString());
+       }},
+  };
+  return members.Invoke(*this, member, args);
+}
+
+}  // namespace corvale
