@@ -9,6 +9,7 @@
 #include <stdexcept>
 #include <vector>
 
+#include "corvale/core/error_sink.h"
 #include "corvale/core/host.h"
 #include "tests/core/scoped_env.h"
 #include "tests/support/test_support.h"
@@ -190,6 +191,37 @@ TEST(ErrorFromException, MapsFailuresToNumbers) {
   EXPECT_EQ(kept.description(), "No scheme");
   EXPECT_EQ(ErrorFromException(std::make_exception_ptr(std::runtime_error("disk"))).description(),
             "disk");
+}
+
+}  // namespace
+}  // namespace corvale
+
+namespace corvale {
+namespace {
+
+// Operations that must go on report failures into a sink with the numbers the log would use.
+TEST(ErrorSink, ReportsCaughtFailuresWithTheirNumbers) {
+  struct Recorder : ErrorSink {
+    std::vector<std::string> lines;
+    void Report(int32_t number, std::string description, std::string source, bool fatal) override {
+      lines.push_back(std::to_string(number) + " " + description + " @" + source +
+                      (fatal ? " fatal" : ""));
+    }
+  } sink;
+  try {
+    throw Error(err::kDuplicateKey);
+  } catch (...) {
+    ReportFailure(sink, std::current_exception(), "clsThing:Add", true);
+  }
+  try {
+    throw std::out_of_range("position 7");
+  } catch (...) {
+    ReportFailure(sink, std::current_exception(), "clsThing:Item", false);
+  }
+  EXPECT_EQ(sink.lines,
+            (std::vector<std::string>{"457 This key is already associated with an element of this "
+                                      "collection @clsThing:Add fatal",
+                                      "9 position 7 @clsThing:Item"}));
 }
 
 }  // namespace
