@@ -1,95 +1,156 @@
-// Binding a keyed model collection to the child elements of its container element, and taking
-// items out of both again.
+// The one shell of every model collection bound to a container element (CHANNELS, EVENTS,
+// RESOURCES, USERS, ...): one item object per child element of one name, in document order,
+// kept in a keyed collection. The rules in which collections differ are the shape's options
+// and a few hooks; adding, ordering and owner keys stay with each collection.
 #pragma once
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 
+#include "corvale/binding/bound_element.h"
 #include "corvale/binding/node_access.h"
+#include "corvale/core/convert.h"
 #include "corvale/core/index.h"
 #include "corvale/core/keyed_collection.h"
 #include "corvale/xml/xml.h"
 
 namespace corvale {
 
-// Wraps each `childName` child of the container, in document order, in a new item; an item
-// without a key is given `nextKey()` (which its Key setter writes into the element), and the
-// item is added under its key.
-template <class T, class NextKey>
-void BindChildren(KeyedCollection<T>& items, const xml::Node& container, std::string_view childName,
-                  const NextKey& nextKey) {
-  for (const xml::Node& child : container.selectNodes(childName)) {
-    auto item = std::make_shared<T>();
-    item->XMLNode(child);
-    std::string key = item->Key();
-    if (key.empty()) {
-      key = nextKey();
-      item->Key(key);
-    }
-    items.Add(std::move(item), key);
-  }
-}
-
-// Takes an item's element out of the container while it is still there. An element that has
-// gone elsewhere (a scheme takes an instrument's outputs and events into its own lists) is
-// left where it now belongs.
-inline void TakeOutOf(xml::Node container, const xml::Node& element) {
-  if (element.parentNode() == container) container.removeChild(element);
-}
-
-// Removes the item at a position or with a key, and its element; a missing index raises 9
-// before anything changes.
-template <class T>
-void RemoveBound(KeyedCollection<T>& items, const xml::Node& container, const Index& index) {
-  TakeOutOf(container, items.Item(index)->XMLNode());
-  items.Remove(index);
-}
-
-// Removes every item and its element.
-template <class T>
-void ClearBound(KeyedCollection<T>& items, const xml::Node& container) {
-  for (const auto& entry : items) TakeOutOf(container, entry.item->XMLNode());
-  items.Clear();
-}
-
-// The element names and key pattern of one bound collection.
-struct BoundCollectionShape {
+struct CollectionShape {
   std::string_view container;  // e.g. "OUTPUTS"
   std::string_view child;      // e.g. "OUTPUT"
-  std::string_view keyPrefix;  // generated keys are keyPrefix + n
+  // Generated keys are keyPrefix + n, from firstNumber; "" when keys are never generated.
+  std::string_view keyPrefix = {};
   int32_t firstNumber = 0;
   bool twoDigits = false;  // "EVENT01" rather than "EVENT1"
+  // A child without a key gets a generated one (written into it) when the element is bound.
+  bool keyOnBind = true;
+  // Binding another element first takes the items out of the element left behind; otherwise
+  // only the collection is emptied and the old element keeps its children.
+  bool rebindEmptiesOld = false;
+  // Binding the element the collection already holds does nothing.
+  bool rebindSameIsNoop = false;
+  // Entries are not keyed: a look-up by key walks the items and compares their keys without
+  // regard to case (first match), and an unknown key gives null instead of error 9. Several
+  // items may then share a key.
+  bool unkeyedLookup = false;
 };
 
-// The shell that every collection bound to a container element shares: the container made
-// at construction, rebinding, generated keys, look-up and removal. Adding, ordering and
-// parent handling differ between collections and stay with them.
+// T is an element-bound item with an element-taking constructor, `explicit T(xml::Node)`.
 template <class T>
-class BoundCollection {
+class BoundCollection : protected ElementBinding {
  public:
   virtual ~BoundCollection() = default;
 
   xml::Node XMLNode() const { return node_; }
-  // Reads the child elements in document order, giving keyless ones a generated key; raises
-  // 457 when two share a key. Only the collection is emptied: the items stay in the element
-  // left behind.
-  virtual void XMLNode(xml::Node value) {
-    items_.Clear();
-    node_ = std::move(value);
-    BindChildren(items_, node_, shape_.child, [this] { return NextKey(); });
-  }
+  // Reads the child elements in document order (see the shape's binding options); raises
+  // 457 when two share a key.
+  virtual void XMLNode(xml::Node value) { Bind(std::move(value)); }
   int16_t Count() const { return items_.Count(); }
-  std::shared_ptr<T> Item(const Index& index) const { return items_.Item(index); }
-  // Raises 9 for a missing position or key, before anything changes.
-  virtual void Remove(const Index& index) { RemoveBound(items_, node_, index); }
-  void Clear() { ClearBound(items_, node_); }
+  // The item at a position or with a key; a missing one raises 9 (or gives null, see
+  // unkeyedLookup).
+  std::shared_ptr<T> Item(const Index& index) const {
+    if (!shape_.unkeyedLookup || index.IsPosition()) return items_.Item(index);
+    const int16_t position = ScanFor(index.Key());
+    return position ? items_.Item(position) : nullptr;
+  }
+  // Removes the item and its element; raises 9 for a missing position or key, before anything
+  // changes.
+  virtual void Remove(const Index& index) {
+    const int16_t position = PositionOf(index);
+    TakeOutOf(items_.Item(position)->XMLNode());
+    items_.Remove(position);
+  }
+  void Clear() {
+    for (const auto& entry : items_) TakeOutOf(entry.item->XMLNode());
+    items_.Clear();
+  }
 
  protected:
   // Bound to a new, empty container element. The shape's texts must outlive the collection.
-  explicit BoundCollection(const BoundCollectionShape& shape)
-      : node_(CreateElement(shape.container)), shape_(shape) {}
+  explicit BoundCollection(const CollectionShape& shape)
+      : ElementBinding(shape.container), shape_(shape) {}
+
+  // The collection key of an item; "" for an item without one.
+  virtual std::string EntryKey(const T& item) const {
+    if constexpr (requires { item.Key(); }) {
+      return item.Key();
+    } else {
+      return {};
+    }
+  }
+  // Called for each item made while binding, before its key is read.
+  virtual void OnBind(T& /*item*/) {}
+
+  void Bind(xml::Node value) {
+    if (shape_.rebindSameIsNoop && value == node_) return;
+    if (shape_.rebindEmptiesOld) {
+      Clear();
+    } else {
+      items_.Clear();
+    }
+    node_ = std::move(value);
+    numbered_ = false;
+    for (const xml::Node& child : node_.selectNodes(shape_.child)) {
+      auto item = std::make_shared<T>(child);
+      OnBind(*item);
+      std::string key = shape_.keyOnBind ? KeyFor(*item) : EntryKey(*item);
+      items_.Add(std::move(item), shape_.unkeyedLookup ? std::string() : key);
+    }
+  }
+
+  // The item's key; an item without one gets the first free generated key, written into it.
+  std::string KeyFor(T& item) {
+    std::string key = EntryKey(item);
+    if (key.empty() && !shape_.keyPrefix.empty()) {
+      key = NextKey();
+      if constexpr (requires { item.Key(key); }) item.Key(key);
+    }
+    return key;
+  }
+
+  // The first free generated key.
+  std::string NextKey() const {
+    if (shape_.unkeyedLookup) {
+      return FirstFreeKey(
+          shape_.keyPrefix, [this](const std::string& key) { return ScanFor(key) != 0; },
+          shape_.firstNumber, shape_.twoDigits);
+    }
+    return items_.FirstFreeKey(shape_.keyPrefix, shape_.firstNumber, shape_.twoDigits);
+  }
+
+  // Adds the entry (before/after as the keyed collection places it) and puts its element into
+  // the container: before `reference` when that is a child of the container, else at the end.
+  void Insert(const std::shared_ptr<T>& item, const std::string& key,
+              const std::optional<Index>& before = std::nullopt,
+              const std::optional<Index>& after = std::nullopt, const xml::Node& reference = {}) {
+    items_.Add(item, shape_.unkeyedLookup ? std::string() : key, before, after);
+    xml::Node element = item->XMLNode();
+    if (reference && reference.parentNode() == node_) {
+      node_.insertBefore(element, reference);
+    } else {
+      node_.appendChild(element);
+    }
+  }
+
+  // The 1-based position of an index; raises 9 when there is none.
+  int16_t PositionOf(const Index& index) const {
+    if (!shape_.unkeyedLookup || index.IsPosition()) return items_.PositionOf(index);
+    const int16_t position = ScanFor(index.Key());
+    if (!position) throw Error(err::kSubscriptOutOfRange);
+    return position;
+  }
+
+  // Takes an item's element out of the container while it is still there. An element that has
+  // gone elsewhere (a scheme takes an instrument's outputs and events into its own lists) is
+  // left where it now belongs.
+  void TakeOutOf(const xml::Node& element) {
+    if (element.parentNode() == node_) node_.removeChild(element);
+  }
 
   // Takes the item at `from` out of the collection and its element out of the container, then
   // puts the entry back under its key at position `to` (at the end when `to` is past the
@@ -99,7 +160,7 @@ class BoundCollection {
     const std::string key = items_.KeyAt(from);
     items_.Remove(from);
     xml::Node element = item->XMLNode();
-    TakeOutOf(node_, element);
+    TakeOutOf(element);
     if (to <= items_.Count()) {
       items_.Add(item, key, Index(to));
     } else {
@@ -108,16 +169,58 @@ class BoundCollection {
     return element;
   }
 
-  // The first free generated key.
-  std::string NextKey() const {
-    return items_.FirstFreeKey(shape_.keyPrefix, shape_.firstNumber, shape_.twoDigits);
+  // Writes INDEX = the 1-based document position of every `child` element from `first` (one
+  // of them) to the end: only the positions that moved are touched. The first renumbering
+  // after binding walks the whole list, so that a loaded document whose INDEX values are
+  // missing or wrong comes out numbered throughout; an INDEX written by hand later is put
+  // right by the next full pass (binding again, or a move).
+  void RenumberFrom(xml::Node first, bool all = false) {
+    if (all || !numbered_) first = node_.selectSingleNode(shape_.child);
+    if (!first || first.parentNode() != node_) return;
+    numbered_ = true;
+    int32_t after = 0;
+    for (xml::Node n = first; n; n = n.nextSibling())
+      if (n.nodeType() == xml::NodeType::Element && n.nodeName() == shape_.child) ++after;
+    int32_t position = DocumentCount() - after;
+    for (xml::Node n = first; n; n = n.nextSibling()) {
+      if (n.nodeType() == xml::NodeType::Element && n.nodeName() == shape_.child)
+        SetNodeText(n, "INDEX", IntegerText(++position), true);
+    }
   }
 
-  xml::Node node_;
   KeyedCollection<T> items_;
 
  private:
-  BoundCollectionShape shape_;
+  // The number of `child` elements in the container: the collection's count while every one
+  // of them is an item, as binding and adding keep it.
+  int32_t DocumentCount() const { return items_.Count(); }
+
+  // 1-based position of the first item whose key equals `key` without regard to case; 0.
+  int16_t ScanFor(std::string_view key) const {
+    int16_t position = 0;
+    for (const auto& entry : items_) {
+      ++position;
+      if (EqualsNoCase(EntryKey(*entry.item), key)) return position;
+    }
+    return 0;
+  }
+
+  CollectionShape shape_;
+  bool numbered_ = false;  // INDEX has been written through the whole list since binding
 };
+
+// A fresh collection bound to the element's child of the collection's container name, or,
+// when the element has none, the collection's own empty container appended to the element. A
+// fresh one rather than the old one: the old list's element may still belong to another item.
+template <class C>
+std::shared_ptr<C> BindChildList(xml::Node element, std::string_view containerName) {
+  auto list = std::make_shared<C>();
+  if (xml::Node child = element.selectSingleNode(containerName)) {
+    list->XMLNode(child);
+  } else {
+    element.appendChild(list->XMLNode());
+  }
+  return list;
+}
 
 }  // namespace corvale

@@ -4,9 +4,9 @@
 
 namespace corvale {
 
-BoundElement::BoundElement(std::string_view tagName) : node_(CreateElement(tagName)) {}
+ElementBinding::ElementBinding(std::string_view tagName) : node_(CreateElement(tagName)) {}
 
-xml::Node BoundElement::XMLNode() const { return node_; }
+ElementBinding::ElementBinding(xml::Node element) : node_(std::move(element)) {}
 
 void BoundElement::XMLNode(xml::Node value) { node_ = std::move(value); }
 

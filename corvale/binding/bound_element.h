@@ -1,6 +1,6 @@
-// BoundElement: the base of model items that live in one element of a document. It owns the
-// element handle, makes a detached element for a new item, and lets a loader rebind the item
-// to an element of a loaded document.
+// The element handle of model objects. Every object that made or holds elements of the
+// process-wide element factory counts itself as a user of the factory document while it lives
+// (ElementBinding); BoundElement is the base of the model items that live in one element.
 #pragma once
 
 #include <string_view>
@@ -11,19 +11,29 @@
 
 namespace corvale {
 
-class BoundElement : public Object {
+class ElementBinding {
  public:
-  xml::Node XMLNode() const;
-  // Binds the item to another element; items with child lists override this to rebind them.
-  virtual void XMLNode(xml::Node value);
+  xml::Node XMLNode() const { return node_; }
 
  protected:
-  // Bound to a new, detached element with the tag name, made by the element factory.
-  explicit BoundElement(std::string_view tagName);
+  // A new, detached element with the tag name, made by the element factory.
+  explicit ElementBinding(std::string_view tagName);
+  // An element of a loaded or built document; nothing is made.
+  explicit ElementBinding(xml::Node element);
 
   // Declared before the element: the factory document must exist before the element is made.
   FactoryUser factory_user_;
   xml::Node node_;
+};
+
+class BoundElement : public Object, protected ElementBinding {
+ public:
+  using ElementBinding::XMLNode;
+  // Binds the item to another element; items with child lists override this to rebind them.
+  virtual void XMLNode(xml::Node value);
+
+ protected:
+  using ElementBinding::ElementBinding;
 };
 
 }  // namespace corvale

@@ -1,6 +1,7 @@
 #include "corvale/instruments/buddy_instruments.h"
 
-#include <algorithm>
+#include <memory>
+#include <utility>
 
 #include "corvale/core/convert.h"
 #include "corvale/core/error.h"
@@ -9,35 +10,30 @@
 
 namespace corvale {
 
-clsBuddyInstruments::clsBuddyInstruments() : node_(CreateElement("BUDDIES")) {}
+// References compare case-sensitively, unlike collection keys: the entries are kept without
+// keys and found by walking the list, which stays short.
+clsBuddyInstruments::clsBuddyInstruments()
+    : BoundCollection({.container = "BUDDIES", .child = "INSTRUMENT", .keyOnBind = false}) {}
 
-xml::Node clsBuddyInstruments::XMLNode() const { return node_; }
-
-void clsBuddyInstruments::XMLNode(xml::Node value) {
-  node_ = std::move(value);
-  list_ = node_.selectNodes("INSTRUMENT");
+int16_t clsBuddyInstruments::Find(const std::string& reference) const {
+  int16_t position = 0;
+  for (const auto& entry : items_) {
+    ++position;
+    if (entry.item->Text() == reference) return position;
+  }
+  return 0;
 }
 
-int16_t clsBuddyInstruments::Count() const { return static_cast<int16_t>(list_.size()); }
-
-xml::Node clsBuddyInstruments::Find(const std::string& reference) const {
-  for (const xml::Node& buddy : list_)
-    if (buddy.text() == reference) return buddy;
-  return {};
-}
-
-// A position outside the list has no element: the caller then fails as on a missing object.
-xml::Node clsBuddyInstruments::At(int32_t zeroBased) const {
-  if (zeroBased < 0 || static_cast<size_t>(zeroBased) >= list_.size())
-    throw Error(err::kObjectNotSet);
-  return list_[static_cast<size_t>(zeroBased)];
+int16_t clsBuddyInstruments::At(int32_t zeroBased) const {
+  if (zeroBased < 0 || zeroBased >= Count()) throw Error(err::kObjectNotSet);
+  return static_cast<int16_t>(zeroBased + 1);
 }
 
 std::string clsBuddyInstruments::Item(const corvale::Index& index) const {
-  if (index.IsPosition()) return At(index.Position() - 1).text();
-  xml::Node buddy = Find(index.Key());
-  if (!buddy) throw Error(err::kSubscriptOutOfRange);
-  return buddy.text();
+  if (index.IsPosition()) return items_.Item(At(index.Position() - 1))->Text();
+  const int16_t position = Find(index.Key());
+  if (!position) throw Error(err::kSubscriptOutOfRange);
+  return items_.Item(position)->Text();
 }
 
 std::string clsBuddyInstruments::Parent() const { return parent_; }
@@ -47,29 +43,20 @@ void clsBuddyInstruments::Add(std::string reference) {
   if (Find(reference))
     throw Error(err::kInvalidBuddy, "The buddy instrument is already in the list",
                 "clsBuddyInstruments:Add");
-  xml::Node buddy = CreateElement("INSTRUMENT");
-  buddy.text(reference);
-  node_.appendChild(buddy);
-  list_ = node_.selectNodes("INSTRUMENT");
+  Insert(std::make_shared<TextElement>("INSTRUMENT", reference), "");
 }
 
 void clsBuddyInstruments::Remove(const corvale::Index& index) {
-  xml::Node buddy;
+  int16_t position = 0;
   if (index.IsPosition()) {
     // Positions here count from 0 while Item counts from 1: Remove(1) takes the second
     // buddy. Hosts written against this numbering depend on it, so it stays.
-    buddy = At(index.Position());
+    position = At(index.Position());
   } else {
-    buddy = Find(index.Key());
-    if (!buddy) throw Error(err::kSubscriptOutOfRange);
+    position = Find(index.Key());
+    if (!position) throw Error(err::kSubscriptOutOfRange);
   }
-  node_.removeChild(buddy);
-  list_.erase(std::find(list_.begin(), list_.end(), buddy));
-}
-
-void clsBuddyInstruments::Clear() {
-  for (const xml::Node& buddy : list_) node_.removeChild(buddy);
-  list_.clear();
+  BoundCollection::Remove(position);
 }
 
 Variant clsBuddyInstruments::Invoke(std::string_view member, const Args& args) {

@@ -4,22 +4,18 @@
 
 #include <cstdint>
 #include <string>
-#include <vector>
 
-#include "corvale/binding/node_access.h"
+#include "corvale/binding/bound_collection.h"
+#include "corvale/binding/text_element.h"
 #include "corvale/core/index.h"
 #include "corvale/core/object.h"
-#include "corvale/xml/xml.h"
 
 namespace corvale {
 
-class clsBuddyInstruments : public Object {
+class clsBuddyInstruments : public Object, public BoundCollection<TextElement> {
  public:
   clsBuddyInstruments();  // bound to a new, empty BUDDIES element
 
-  xml::Node XMLNode() const;
-  void XMLNode(xml::Node value);
-  int16_t Count() const;
   // A 1-based position, or a reference compared case-sensitively (raises 9 when absent).
   std::string Item(const corvale::Index& index) const;
   // The key of the owning instrument, kept in memory.
@@ -28,18 +24,17 @@ class clsBuddyInstruments : public Object {
   // Raises 497 when the reference is already present (same text, same case).
   void Add(std::string reference);
   // A 0-BASED position (Remove(1) removes the second buddy), or a reference (raises 9).
-  void Remove(const corvale::Index& index);
-  void Clear();
+  void Remove(const corvale::Index& index) override;
 
   Variant Invoke(std::string_view member, const Args& args = {}) override;
 
  private:
-  xml::Node Find(const std::string& reference) const;
-  xml::Node At(int32_t zeroBased) const;
+  // 1-based position of the first buddy holding exactly the reference; 0 when none does.
+  int16_t Find(const std::string& reference) const;
+  // The position of a 0-based index; a position outside the list has no element, and the
+  // caller then fails as on a missing object (91).
+  int16_t At(int32_t zeroBased) const;
 
-  FactoryUser factory_user_;
-  xml::Node node_;
-  std::vector<xml::Node> list_;
   std::string parent_;
 };
 

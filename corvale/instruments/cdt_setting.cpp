@@ -1,5 +1,7 @@
 #include "corvale/instruments/cdt_setting.h"
 
+#include <utility>
+
 #include "corvale/core/convert.h"
 #include "corvale/core/error.h"
 #include "corvale/core/member_table.h"
@@ -7,6 +9,8 @@
 namespace corvale {
 
 clsCDTSetting::clsCDTSetting() : BoundElement("CDT") {}
+
+clsCDTSetting::clsCDTSetting(xml::Node element) : BoundElement(std::move(element)) {}
 
 std::string clsCDTSetting::Address() const { return GetNodeText(node_, "ADDRESS", ""); }
 void clsCDTSetting::Address(std::string value) { SetNodeText(node_, "ADDRESS", value); }

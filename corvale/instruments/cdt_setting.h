@@ -15,7 +15,8 @@ namespace corvale {
 
 class clsCDTSetting : public BoundElement {
  public:
-  clsCDTSetting();  // bound to a new, detached CDT element
+  clsCDTSetting();                            // bound to a new, detached CDT element
+  explicit clsCDTSetting(xml::Node element);  // bound to an existing CDT element
 
   std::string Address() const;
   void Address(std::string value);

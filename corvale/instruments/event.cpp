@@ -1,5 +1,7 @@
 #include "corvale/instruments/event.h"
 
+#include <utility>
+
 #include "corvale/binding/node_access.h"
 #include "corvale/core/convert.h"
 #include "corvale/core/member_table.h"
@@ -8,6 +10,8 @@
 namespace corvale {
 
 clsEvent::clsEvent() : BoundElement("EVENT") {}
+
+clsEvent::clsEvent(xml::Node element) : BoundElement(std::move(element)) {}
 
 bool clsEvent::Changed() const { return GetTextBoolean(node_, "CHANGED", "0"); }
 void clsEvent::Changed(bool value) { SetTextBoolean(node_, "CHANGED", value); }

@@ -22,7 +22,8 @@ inline constexpr int32_t kEvent = 3;
 
 class clsEvent : public BoundElement {
  public:
-  clsEvent();  // bound to a new, detached EVENT element
+  clsEvent();                            // bound to a new, detached EVENT element
+  explicit clsEvent(xml::Node element);  // bound to an existing EVENT element
 
   bool Changed() const;
   void Changed(bool value);

@@ -62,7 +62,12 @@ std::optional<std::array<int32_t, 3>> ConditionOperands(int32_t code) {
   return std::nullopt;
 }
 
-clsEvents::clsEvents() : BoundCollection({"EVENTS", "EVENT", "EVENT", 1, true}) {}
+clsEvents::clsEvents()
+    : BoundCollection({.container = "EVENTS",
+                       .child = "EVENT",
+                       .keyPrefix = "EVENT",
+                       .firstNumber = 1,
+                       .twoDigits = true}) {}
 
 std::string clsEvents::Parent() const { return parent_; }
 
@@ -73,14 +78,9 @@ void clsEvents::Parent(std::string value) {
 
 EventPtr clsEvents::Add(EventPtr event) {
   if (!event) throw Error(err::kObjectNotSet);
-  std::string key = event->Key();
-  if (key.empty()) {
-    key = NextKey();
-    event->Key(key);
-  }
+  const std::string key = KeyFor(*event);
   event->Parent(parent_);
-  items_.Add(event, key);
-  node_.appendChild(event->XMLNode());
+  Insert(event, key);
   return event;
 }
 

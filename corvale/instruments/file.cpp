@@ -1,11 +1,15 @@
 #include "corvale/instruments/file.h"
 
+#include <utility>
+
 #include "corvale/core/convert.h"
 #include "corvale/core/member_table.h"
 
 namespace corvale {
 
 clsFile::clsFile() : BoundElement("FILE") {}
+
+clsFile::clsFile(xml::Node element) : BoundElement(std::move(element)) {}
 
 std::string clsFile::Family() const { return GetNodeText(node_, "FAMILY", ""); }
 void clsFile::Family(std::string value) { SetNodeText(node_, "FAMILY", value); }

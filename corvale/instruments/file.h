@@ -13,7 +13,8 @@ namespace corvale {
 
 class clsFile : public BoundElement {
  public:
-  clsFile();  // bound to a new, detached FILE element
+  clsFile();                            // bound to a new, detached FILE element
+  explicit clsFile(xml::Node element);  // bound to an existing FILE element
 
   std::string Family() const;
   void Family(std::string value);

@@ -7,41 +7,17 @@
 
 namespace corvale {
 
-clsFiles::clsFiles() : node_(CreateElement("FILES")) {}
+clsFiles::clsFiles()
+    : BoundCollection({.container = "FILES", .child = "FILE", .keyOnBind = false}) {}
 
-int16_t clsFiles::Count() const { return items_.Count(); }
-
-FilePtr clsFiles::Item(const corvale::Index& index) const { return items_.Item(index); }
+std::string clsFiles::EntryKey(const clsFile& file) const { return file.File(); }
 
 std::string clsFiles::Key() const { return GetNodeText(node_, "KEY", ""); }
 void clsFiles::Key(std::string value) { SetNodeText(node_, "KEY", value); }
 
-xml::Node clsFiles::XMLNode() const { return node_; }
-
-void clsFiles::XMLNode(xml::Node value) {
-  // Only the collection is emptied: the files stay in the element left behind.
-  items_.Clear();
-  node_ = std::move(value);
-  for (const xml::Node& child : node_.selectNodes("FILE")) {
-    auto file = std::make_shared<clsFile>();
-    file->XMLNode(child);
-    items_.Add(file, file->File());
-  }
-}
-
 void clsFiles::Add(FilePtr file) {
   if (!file) throw Error(err::kObjectNotSet);
-  items_.Add(file, file->File());
-  node_.appendChild(file->XMLNode());
-}
-
-void clsFiles::Remove(const corvale::Index& index) {
-  node_.removeChild(items_.Item(index)->XMLNode());
-  items_.Remove(index);
-}
-
-void clsFiles::Clear() {
-  while (!items_.Empty()) Remove(1);
+  Insert(file, file->File());
 }
 
 Variant clsFiles::Invoke(std::string_view member, const Args& args) {

@@ -5,7 +5,7 @@
 #include <memory>
 #include <string>
 
-#include "corvale/binding/node_access.h"
+#include "corvale/binding/bound_collection.h"
 #include "corvale/core/index.h"
 #include "corvale/core/keyed_collection.h"
 #include "corvale/core/object.h"
@@ -14,29 +14,22 @@
 
 namespace corvale {
 
-class clsFiles : public Object {
+class clsFiles : public Object, public BoundCollection<clsFile> {
  public:
-  clsFiles();  // bound to a new, empty FILES element
+  // Bound to a new, empty FILES element. Files are keyed by their path (File), compared
+  // without regard to case; no key is ever generated. Binding raises 457 when two FILE elements
+  // hold the same path.
+  clsFiles();
 
-  int16_t Count() const;
-  // A position or a path; raises 9 when there is none.
-  FilePtr Item(const corvale::Index& index) const;
   std::string Key() const;
   void Key(std::string value);
-  xml::Node XMLNode() const;
-  // Raises 457 when two FILE elements hold the same path (compared without regard to case).
-  void XMLNode(xml::Node value);
   // Raises 457 for a path already present.
   void Add(FilePtr file);
-  void Remove(const corvale::Index& index);
-  void Clear();
 
   Variant Invoke(std::string_view member, const Args& args = {}) override;
 
  private:
-  FactoryUser factory_user_;
-  xml::Node node_;
-  KeyedCollection<clsFile> items_;
+  std::string EntryKey(const clsFile& file) const override;
 };
 
 }  // namespace corvale

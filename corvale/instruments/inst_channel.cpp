@@ -1,5 +1,6 @@
 #include "corvale/instruments/inst_channel.h"
 
+#include "corvale/binding/bound_collection.h"
 #include "corvale/binding/node_access.h"
 #include "corvale/core/convert.h"
 #include "corvale/core/member_table.h"
@@ -14,20 +15,19 @@ constexpr std::string_view kIconGroup = "HALDEN";
 }  // namespace
 
 clsInstChannel::clsInstChannel()
-    : BoundElement("CHANNEL"), cdt_(std::make_shared<clsCDTSettings>()) {
-  node_.appendChild(cdt_->XMLNode());
+    : BoundElement("CHANNEL"), cdt_(BindChildList<clsCDTSettings>(node_, "CDTSETTINGS")) {}
+
+clsInstChannel::clsInstChannel(xml::Node element) : BoundElement(std::move(element)) {
+  BindSettings();
 }
 
 void clsInstChannel::XMLNode(xml::Node value) {
   BoundElement::XMLNode(std::move(value));
-  xml::Node settings = node_.selectSingleNode("CDTSETTINGS");
-  // A fresh list rather than the old one: its element may still belong to another channel.
-  cdt_ = std::make_shared<clsCDTSettings>();
-  if (settings) {
-    cdt_->XMLNode(settings);
-  } else {
-    node_.appendChild(cdt_->XMLNode());
-  }
+  BindSettings();
+}
+
+void clsInstChannel::BindSettings() {
+  cdt_ = BindChildList<clsCDTSettings>(node_, "CDTSETTINGS");
   ReloadIcon();
 }
 

@@ -19,6 +19,8 @@ namespace corvale {
 class clsInstChannel : public BoundElement {
  public:
   clsInstChannel();  // bound to a new, detached CHANNEL element with an empty CDTSETTINGS
+  // Bound to a CHANNEL element, as XMLNode(element) binds it.
+  explicit clsInstChannel(xml::Node element);
 
   using BoundElement::XMLNode;
   // Binds the channel's CDT settings to the element's CDTSETTINGS (appending an empty one when
@@ -94,6 +96,7 @@ class clsInstChannel : public BoundElement {
   Variant Invoke(std::string_view member, const Args& args = {}) override;
 
  private:
+  void BindSettings();
   void ReloadIcon();
 
   std::shared_ptr<clsCDTSettings> cdt_;

@@ -59,18 +59,15 @@ std::string ChannelTypeName(int32_t code) {
   return "";
 }
 
-clsInstChannels::clsInstChannels() : BoundCollection({"CHANNELS", "CHANNEL", "CHAN_"}) {}
+clsInstChannels::clsInstChannels()
+    : BoundCollection({.container = "CHANNELS", .child = "CHANNEL", .keyPrefix = "CHAN_"}) {}
 
 InstChannelPtr clsInstChannels::Add(InstChannelPtr channel,
                                     const std::optional<corvale::Index>& before,
                                     const std::optional<corvale::Index>& after) {
   if (!channel) throw Error(err::kObjectNotSet);
   if (before && after) throw Error(err::kInvalidProcedureCall);
-  std::string key = channel->Key();
-  if (key.empty()) {
-    key = NextKey();
-    channel->Key(key);
-  }
+  const std::string key = KeyFor(*channel);
 
   // The element's place is found before the entry is added; a failed look-up means "at the
   // end" here, and the collection then reports the missing position or key itself.
@@ -89,14 +86,8 @@ InstChannelPtr clsInstChannels::Add(InstChannelPtr channel,
     reference = xml::Node();
   }
 
-  items_.Add(channel, key, before, after);
-  xml::Node element = channel->XMLNode();
-  if (reference && reference.parentNode() == node_) {
-    node_.insertBefore(element, reference);
-  } else {
-    node_.appendChild(element);
-  }
-  Renumber();
+  Insert(channel, key, before, after, reference);
+  RenumberFrom(channel->XMLNode());
   return channel;
 }
 
@@ -113,7 +104,7 @@ void clsInstChannels::Move(int16_t from, int16_t to) {
   } else {
     node_.appendChild(element);
   }
-  Renumber();
+  RenumberFrom({}, true);
 }
 
 std::string clsInstChannels::Parent() const { return parent_; }
@@ -134,14 +125,11 @@ void clsInstChannels::Changed(bool value) {
 }
 
 void clsInstChannels::Remove(const corvale::Index& index) {
+  // The channels after the removed one move up; those before it keep their INDEX.
+  xml::Node next = items_.Item(index)->XMLNode().nextSibling();
+  while (next && next.nodeName() != "CHANNEL") next = next.nextSibling();
   BoundCollection::Remove(index);
-  Renumber();
-}
-
-void clsInstChannels::Renumber() {
-  int32_t position = 0;
-  for (const xml::Node& child : node_.selectNodes("CHANNEL"))
-    SetNodeText(child, "INDEX", IntegerText(++position), true);
+  RenumberFrom(next);
 }
 
 Variant clsInstChannels::Invoke(std::string_view member, const Args& args) {

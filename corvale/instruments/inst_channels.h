@@ -62,8 +62,6 @@ class clsInstChannels : public Object, public BoundCollection<clsInstChannel> {
   Variant Invoke(std::string_view member, const Args& args = {}) override;
 
  private:
-  void Renumber();
-
   std::string parent_;
 };
 

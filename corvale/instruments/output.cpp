@@ -1,5 +1,6 @@
 #include "corvale/instruments/output.h"
 
+#include "corvale/binding/bound_collection.h"
 #include "corvale/binding/node_access.h"
 #include "corvale/core/convert.h"
 #include "corvale/core/member_table.h"
@@ -8,30 +9,19 @@
 
 namespace corvale {
 
-clsOutput::clsOutput()
-    : BoundElement("OUTPUT"),
-      resources_(std::make_shared<clsLoggerResourceList>()),
-      users_(std::make_shared<clsLoggerResourceUsers>()) {
-  node_.appendChild(resources_->XMLNode());
-  node_.appendChild(users_->XMLNode());
-}
+clsOutput::clsOutput() : BoundElement("OUTPUT") { BindLists(); }
+
+clsOutput::clsOutput(xml::Node element) : BoundElement(std::move(element)) { BindLists(); }
 
 void clsOutput::XMLNode(xml::Node value) {
   BoundElement::XMLNode(std::move(value));
-  // Fresh lists rather than the old ones: binding a list empties the list it was, and its
-  // element may still belong to another output.
-  resources_ = std::make_shared<clsLoggerResourceList>();
-  if (xml::Node child = node_.selectSingleNode("RESOURCES")) {
-    resources_->XMLNode(child);
-  } else {
-    node_.appendChild(resources_->XMLNode());
-  }
-  users_ = std::make_shared<clsLoggerResourceUsers>();
-  if (xml::Node child = node_.selectSingleNode("USERS")) {
-    users_->XMLNode(child);
-  } else {
-    node_.appendChild(users_->XMLNode());
-  }
+  BindLists();
+}
+
+// Binding a list empties the list it was: fresh lists leave other outputs' elements alone.
+void clsOutput::BindLists() {
+  resources_ = BindChildList<clsLoggerResourceList>(node_, "RESOURCES");
+  users_ = BindChildList<clsLoggerResourceUsers>(node_, "USERS");
 }
 
 std::string clsOutput::Description() const { return GetNodeText(node_, "DESCRIPTION", ""); }

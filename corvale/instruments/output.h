@@ -18,6 +18,8 @@ namespace corvale {
 class clsOutput : public BoundElement {
  public:
   clsOutput();  // bound to a new OUTPUT element holding empty RESOURCES and USERS
+  // Bound to an OUTPUT element, as XMLNode(element) binds it.
+  explicit clsOutput(xml::Node element);
 
   using BoundElement::XMLNode;
   // Binds Resources and Users to the element's RESOURCES and USERS, appending empty ones
@@ -54,6 +56,8 @@ class clsOutput : public BoundElement {
   Variant Invoke(std::string_view member, const Args& args = {}) override;
 
  private:
+  void BindLists();
+
   std::shared_ptr<clsLoggerResourceList> resources_;
   std::shared_ptr<clsLoggerResourceUsers> users_;
 };

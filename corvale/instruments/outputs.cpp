@@ -11,17 +11,12 @@
 
 namespace corvale {
 
-clsOutputs::clsOutputs() : BoundCollection({"OUTPUTS", "OUTPUT", "OUT_"}) {}
+clsOutputs::clsOutputs()
+    : BoundCollection({.container = "OUTPUTS", .child = "OUTPUT", .keyPrefix = "OUT_"}) {}
 
 OutputPtr clsOutputs::Add(OutputPtr output) {
   if (!output) throw Error(err::kObjectNotSet);
-  std::string key = output->Key();
-  if (key.empty()) {
-    key = NextKey();
-    output->Key(key);
-  }
-  items_.Add(output, key);
-  node_.appendChild(output->XMLNode());
+  Insert(output, KeyFor(*output));
   return output;
 }
 

@@ -1,6 +1,5 @@
 #include "corvale/resources/logger_resource_list.h"
 
-#include "corvale/binding/bound_collection.h"
 #include "corvale/core/convert.h"
 #include "corvale/core/error.h"
 #include "corvale/core/member_table.h"
@@ -8,47 +7,23 @@
 
 namespace corvale {
 
-clsLoggerResourceList::clsLoggerResourceList() : node_(CreateElement("RESOURCES")) {}
-
-int16_t clsLoggerResourceList::Count() const { return items_.Count(); }
-
-LoggerResourceRequestPtr clsLoggerResourceList::Item(const corvale::Index& index) const {
-  return items_.Item(index);
-}
+clsLoggerResourceList::clsLoggerResourceList()
+    : BoundCollection({.container = "RESOURCES",
+                       .child = "REQUEST",
+                       .keyPrefix = "RES_",
+                       .rebindEmptiesOld = true,
+                       .rebindSameIsNoop = true}) {}
 
 std::string clsLoggerResourceList::Parent() const { return GetNodeText(node_, "PARENT", ""); }
 void clsLoggerResourceList::Parent(std::string value) { SetNodeText(node_, "PARENT", value); }
 
-xml::Node clsLoggerResourceList::XMLNode() const { return node_; }
-
-void clsLoggerResourceList::XMLNode(xml::Node value) {
-  if (value == node_) return;
-  // Clearing takes the requests out of the element left behind, as documents saved after a
-  // re-bind have always shown.
-  Clear();
-  node_ = std::move(value);
-  BindChildren(items_, node_, "REQUEST", [this] { return NextKey(); });
-}
-
-std::string clsLoggerResourceList::NextKey() const { return items_.FirstFreeKey("RES_"); }
-
 void clsLoggerResourceList::Add(LoggerResourceRequestPtr request) {
   if (!request) throw Error(err::kObjectNotSet);
-  if (request->Key().empty()) request->Key(NextKey());
+  const std::string key = KeyFor(*request);
   // A repeated key is refused before the element moves in, so the document never holds a
   // request that the list does not know (it could not be loaded again).
-  if (items_.Exists(request->Key())) throw Error(err::kDuplicateKey);
-  node_.appendChild(request->XMLNode());
-  items_.Add(request, request->Key());
-}
-
-void clsLoggerResourceList::Remove(const corvale::Index& index) {
-  node_.removeChild(items_.Item(index)->XMLNode());
-  items_.Remove(index);
-}
-
-void clsLoggerResourceList::Clear() {
-  while (!items_.Empty()) Remove(1);
+  if (items_.Exists(key)) throw Error(err::kDuplicateKey);
+  Insert(request, key);
 }
 
 Variant clsLoggerResourceList::Invoke(std::string_view member, const Args& args) {

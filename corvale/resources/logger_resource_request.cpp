@@ -1,5 +1,7 @@
 #include "corvale/resources/logger_resource_request.h"
 
+#include <utility>
+
 #include "corvale/core/convert.h"
 #include "corvale/core/member_table.h"
 
@@ -19,6 +21,9 @@ std::string LockModeCaption(int32_t mode) {
 }
 
 clsLoggerResourceRequest::clsLoggerResourceRequest() : BoundElement("REQUEST") {}
+
+clsLoggerResourceRequest::clsLoggerResourceRequest(xml::Node element)
+    : BoundElement(std::move(element)) {}
 
 std::string clsLoggerResourceRequest::Key() const { return GetNodeText(node_, "KEY", ""); }
 void clsLoggerResourceRequest::Key(std::string value) { SetNodeText(node_, "KEY", value); }

@@ -24,7 +24,8 @@ std::string LockModeCaption(int32_t mode);
 
 class clsLoggerResourceRequest : public BoundElement {
  public:
-  clsLoggerResourceRequest();  // bound to a new, detached REQUEST element
+  clsLoggerResourceRequest();                            // bound to a new, detached REQUEST element
+  explicit clsLoggerResourceRequest(xml::Node element);  // bound to an existing REQUEST element
 
   std::string Key() const;
   void Key(std::string value);

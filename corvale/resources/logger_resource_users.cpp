@@ -24,9 +24,16 @@ std::string UserKey(std::string_view name) {
 
 }  // namespace
 
-clsLoggerResourceUsers::clsLoggerResourceUsers() : node_(CreateElement("USERS")) {}
+clsLoggerResourceUsers::clsLoggerResourceUsers()
+    : BoundCollection({.container = "USERS",
+                       .child = "USER",
+                       .keyOnBind = false,
+                       .rebindEmptiesOld = true,
+                       .rebindSameIsNoop = true}) {}
 
-int16_t clsLoggerResourceUsers::Count() const { return items_.Count(); }
+std::string clsLoggerResourceUsers::EntryKey(const TextElement& user) const {
+  return UserKey(user.Text());
+}
 
 corvale::Index clsLoggerResourceUsers::KeyOf(const corvale::Index& index) {
   if (index.IsPosition()) return index;
@@ -34,22 +41,21 @@ corvale::Index clsLoggerResourceUsers::KeyOf(const corvale::Index& index) {
 }
 
 std::string clsLoggerResourceUsers::Item(const corvale::Index& index) const {
-  return items_.Item(KeyOf(index))->node.text();
+  return items_.Item(KeyOf(index))->Text();
 }
 
 void clsLoggerResourceUsers::Add(std::string user, const std::optional<corvale::Index>& before,
                                  const std::optional<corvale::Index>& after) {
   const std::string name = UserName(user);
-  xml::Node element = CreateElement("USER");
-  element.text(name);
+  auto element = std::make_shared<TextElement>("USER", name);
   // Each step goes on when the one before fails: a name already present keeps one entry
   // but still gets its own USER element, which allocation has always left in documents.
   try {
-    items_.Add(std::make_shared<Entry>(Entry{element}), UserKey(name), before, after);
+    items_.Add(element, UserKey(name), before, after);
   } catch (const Error&) {
   }
   try {
-    node_.appendChild(element);
+    node_.appendChild(element->XMLNode());
   } catch (const Error&) {
   }
 }
@@ -59,28 +65,12 @@ void clsLoggerResourceUsers::Remove(const corvale::Index& index) {
   if (key.IsPosition() ? key.Position() < 1 || key.Position() > items_.Count()
                        : !items_.Exists(key.Key()))
     return;
-  node_.removeChild(items_.Item(key)->node);
-  items_.Remove(key);
-}
-
-void clsLoggerResourceUsers::Clear() {
-  while (!items_.Empty()) Remove(1);
+  BoundCollection::Remove(key);
 }
 
 bool clsLoggerResourceUsers::IsUser(std::string_view user) const {
   // No "UNKNOWN" for an empty name here, unlike Add and Remove.
   return items_.Exists(UserKey(user));
-}
-
-xml::Node clsLoggerResourceUsers::XMLNode() const { return node_; }
-
-void clsLoggerResourceUsers::XMLNode(xml::Node value) {
-  if (value == node_) return;
-  // Clearing takes the users out of the element left behind.
-  Clear();
-  node_ = std::move(value);
-  for (const xml::Node& child : node_.selectNodes("USER"))
-    items_.Add(std::make_shared<Entry>(Entry{child}), UserKey(child.text()));
 }
 
 Variant clsLoggerResourceUsers::Invoke(std::string_view member, const Args& args) {

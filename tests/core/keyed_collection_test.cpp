@@ -89,5 +89,64 @@ TEST(KeyedCollection, RemovalAndReKeyKeepLookUpsRight) {
   EXPECT_EQ(things.Item("A")->name, "c");
 }
 
+// Generated keys are always the first free number, also after removals and re-keying, however
+// the number is written ("CHAN_1" and "chan_1" are one key; "EVENT1" is not "EVENT01").
+TEST(KeyedCollection, GeneratedKeysTakeTheFirstFreeNumber) {
+  Things things;
+  for (const char* key : {"CHAN_0", "chan_2", "CHAN_01", "X"}) things.Add(Make(key), key);
+  EXPECT_EQ(things.FirstFreeKey("CHAN_"), "CHAN_1");
+  things.Add(Make("1"), things.FirstFreeKey("CHAN_"));
+  EXPECT_EQ(things.FirstFreeKey("Chan_"), "Chan_3");
+  things.Remove("CHAN_01");  // not a generated form: frees nothing
+  EXPECT_EQ(things.FirstFreeKey("CHAN_"), "CHAN_3");
+  things.Remove("chan_0");
+  EXPECT_EQ(things.FirstFreeKey("CHAN_"), "CHAN_0");
+  things.ReKey("CHAN_1", "Y");
+  things.Add(Make("0"), "CHAN_0");
+  EXPECT_EQ(things.FirstFreeKey("CHAN_"), "CHAN_1");
+  things.Add(Make("e"), "EVENT1");
+  EXPECT_EQ(things.FirstFreeKey("EVENT", 1, true), "EVENT01");
+  things.Clear();
+  EXPECT_EQ(things.FirstFreeKey("CHAN_"), "CHAN_0");
+}
+
+// Positions, keys and order stay right through long runs of adds and removals anywhere (the
+// slots keep holes and are compacted now and then).
+TEST(KeyedCollection, LongEditRunsMatchASimpleList) {
+  Things things;
+  std::vector<std::string> model;
+  uint32_t seed = 12345;
+  auto next = [&] { return seed = seed * 1103515245u + 12345u, (seed >> 8); };
+  for (int step = 0; step < 4000; ++step) {
+    const uint32_t choice = next() % 10;
+    const std::string key = "K" + std::to_string(step);
+    if (choice < 5 || model.empty()) {
+      things.Add(Make(key), key);
+      model.push_back(key);
+    } else if (choice < 7) {
+      const size_t at = next() % model.size();
+      EXPECT_EQ(things.Add(Make(key), key, Index(static_cast<int>(at + 1))), at + 1);
+      model.insert(model.begin() + static_cast<std::ptrdiff_t>(at), key);
+    } else if (choice < 9) {
+      const size_t at = next() % model.size();
+      EXPECT_EQ(things.Remove(model[at])->name, model[at]);
+      model.erase(model.begin() + static_cast<std::ptrdiff_t>(at));
+    } else {
+      const size_t at = next() % model.size();
+      EXPECT_EQ(things.Remove(static_cast<int>(at + 1))->name, model[at]);
+      model.erase(model.begin() + static_cast<std::ptrdiff_t>(at));
+    }
+    ASSERT_EQ(things.Count(), static_cast<int16_t>(model.size()));
+    if (!model.empty()) {
+      const size_t probe = next() % model.size();
+      ASSERT_EQ(things.Item(static_cast<int>(probe + 1))->name, model[probe]);
+      ASSERT_EQ(things.PositionOf(model[probe]), static_cast<int16_t>(probe + 1));
+    }
+  }
+  std::string order;
+  for (const std::string& key : model) order += (order.empty() ? "" : " ") + key;
+  EXPECT_EQ(Order(things), order);
+}
+
 }  // namespace
 }  // namespace corvale
