@@ -88,6 +88,16 @@ class IInstrument : public Object {
   virtual bool BeforeCompile() = 0;
   virtual bool QueryUninstall() = 0;
   virtual void UnInstall() = 0;
+
+  // The members above by name, for late-bound callers (pictures excepted).
+  Variant Invoke(std::string_view member, const Args& args = {}) override;
+
+ protected:
+  // The life-cycle hooks handed to a loader object by member name: true without a loader,
+  // the loader's answer as a boolean, false when the call fails.
+  static bool CallLoaderHook(const ObjectPtr& loader, std::string_view hook);
+  // UnInstall of a loader; whatever the loader makes of it, removal goes on.
+  static void CallLoaderUnInstall(const ObjectPtr& loader);
 };
 
 using InstrumentPtr = std::shared_ptr<IInstrument>;

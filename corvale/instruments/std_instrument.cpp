@@ -19,7 +19,7 @@ constexpr std::string_view kDefaultBuildRevision = "4.01.0018";
 
 }  // namespace
 
-clsStdInstrument::clsStdInstrument() : node_(CreateElement("INSTRUMENT")) {}
+clsStdInstrument::clsStdInstrument() : ElementBinding("INSTRUMENT") {}
 
 clsStdInstrument::~clsStdInstrument() = default;
 
@@ -244,80 +244,20 @@ void clsStdInstrument::Install(ObjectPtr owner) {
   }
 }
 
-bool clsStdInstrument::CallHook(std::string_view name) {
-  if (!loader_) return true;
-  try {
-    return loader_->Invoke(name).ToBool();
-  } catch (...) {
-    return false;
-  }
-}
-
-bool clsStdInstrument::Load() { return CallHook("Load"); }
-bool clsStdInstrument::Save() { return CallHook("Save"); }
-bool clsStdInstrument::BeforeWrite() { return CallHook("BeforeWrite"); }
-bool clsStdInstrument::BeforeCompile() { return CallHook("BeforeCompile"); }
-bool clsStdInstrument::QueryUninstall() { return CallHook("QueryUninstall"); }
-
-void clsStdInstrument::UnInstall() {
-  if (!loader_) return;
-  try {
-    loader_->Invoke("UnInstall");
-  } catch (...) {
-    // Removal goes on whatever the loader makes of it.
-  }
-}
+bool clsStdInstrument::Load() { return CallLoaderHook(loader_, "Load"); }
+bool clsStdInstrument::Save() { return CallLoaderHook(loader_, "Save"); }
+bool clsStdInstrument::BeforeWrite() { return CallLoaderHook(loader_, "BeforeWrite"); }
+bool clsStdInstrument::BeforeCompile() { return CallLoaderHook(loader_, "BeforeCompile"); }
+bool clsStdInstrument::QueryUninstall() { return CallLoaderHook(loader_, "QueryUninstall"); }
+void clsStdInstrument::UnInstall() { CallLoaderUnInstall(loader_); }
 
 Variant clsStdInstrument::Invoke(std::string_view member, const Args& args) {
-  using T = clsStdInstrument;
-  using M = MemberTable<T>;
-  static const M members = {
-      {"BaseClass", M::Property(&T::BaseClass, &T::BaseClass)},
-      {"Buddies", M::Getter(&T::Buddies)},
-      {"CatCode", M::Property(&T::CatCode, &T::CatCode)},
-      {"Changed", M::Property(&T::Changed, &T::Changed)},
-      {"Channels", M::Getter(&T::Channels)},
-      {"CDTSettings", M::Getter(&T::CDTSettings)},
-      {"Files", M::Getter(&T::Files)},
-      {"Description", M::Property(&T::Description, &T::Description)},
-      {"Events", M::Getter(&T::Events)},
-      {"Family", M::Property(&T::Family, &T::Family)},
-      {"IconSource", M::Property(&T::IconSource, &T::IconSource)},
-      {"INPCode", M::Property(&T::INPCode, &T::INPCode)},
-      {"Instance", M::Property(&T::Instance, &T::Instance)},
-      {"Index", M::Property(&T::Index, &T::Index)},
-      {"Key", M::Property(&T::Key, &T::Key)},
-      {"Keywords", M::Property(&T::Keywords, &T::Keywords)},
-      {"LoaderClass", M::Property(&T::LoaderClass, &T::LoaderClass)},
-      {"LoadFromScheme", M::Property(&T::LoadFromScheme, &T::LoadFromScheme)},
-      {"Loader", M::Property(&T::Loader, &T::Loader)},
-      {"LoggerTypes", M::Property(&T::LoggerTypes, &T::LoggerTypes)},
-      {"MinimumBuildRevision", M::Property(&T::MinimumBuildRevision, &T::MinimumBuildRevision)},
-      {"Name", M::Property(&T::Name, &T::Name)},
-      {"Outputs", M::Getter(&T::Outputs)},
-      {"OUTChannels", M::Getter(&T::OUTChannels)},
-      {"ReadOnly", M::Property(&T::ReadOnly, &T::ReadOnly)},
-      {"Resources", M::Getter(&T::Resources)},
-      {"SetupForm", M::Property(&T::SetupForm, &T::SetupForm)},
-      {"SingleUse", M::Property(&T::SingleUse, &T::SingleUse)},
-      {"Source", M::Property(&T::Source, &T::Source)},
-      {"Tag", M::Property(&T::Tag, &T::Tag)},
-      {"Version", M::Property(&T::Version, &T::Version)},
-      {"Visible", M::Property(&T::Visible, &T::Visible)},
-      {"Install",
-       [](T& self, const Args& a) -> Variant {
-         ExpectArgs(a, 1);
-         self.Install(a[0].ToObject());
-         return {};
-       }},
-      {"Load", M::Method(&T::Load)},
-      {"Save", M::Method(&T::Save)},
-      {"BeforeWrite", M::Method(&T::BeforeWrite)},
-      {"BeforeCompile", M::Method(&T::BeforeCompile)},
-      {"QueryUninstall", M::Method(&T::QueryUninstall)},
-      {"UnInstall", M::Method(&T::UnInstall)},
-  };
-  return members.Invoke(*this, member, args);
+  // The outputs under their older name, beside the interface's members.
+  if (FoldMemberName(member) == "OUTCHANNELS") {
+    ExpectArgs(args, 0);
+    return Variant(OUTChannels());
+  }
+  return IInstrument::Invoke(member, args);
 }
 
 }  // namespace corvale

@@ -6,7 +6,7 @@
 #include <memory>
 #include <string>
 
-#include "corvale/binding/node_access.h"
+#include "corvale/binding/bound_element.h"
 #include "corvale/core/host.h"
 #include "corvale/core/object.h"
 #include "corvale/instruments/buddy_instruments.h"
@@ -21,7 +21,7 @@
 
 namespace corvale {
 
-class clsStdInstrument : public IInstrument {
+class clsStdInstrument : public IInstrument, private ElementBinding {
  public:
   clsStdInstrument();  // bound to a new, detached INSTRUMENT element
   ~clsStdInstrument() override;
@@ -116,10 +116,7 @@ class clsStdInstrument : public IInstrument {
   void HandDownKey(const std::string& key);
   void DropCollections();
   void ReloadIcon();
-  bool CallHook(std::string_view name);
 
-  FactoryUser factory_user_;
-  xml::Node node_;
   std::shared_ptr<clsInstChannels> channels_;
   std::shared_ptr<clsCDTSettings> cdt_settings_;
   std::shared_ptr<clsOutputs> outputs_;

@@ -27,7 +27,7 @@ std::shared_ptr<T>& Made(std::shared_ptr<T>& collection) {
 
 }  // namespace
 
-clsDLLInstrument::clsDLLInstrument() : node_(CreateElement("INSTRUMENT")) {}
+clsDLLInstrument::clsDLLInstrument() : ElementBinding("INSTRUMENT") {}
 
 clsDLLInstrument::~clsDLLInstrument() = default;
 
@@ -187,79 +187,11 @@ void clsDLLInstrument::Install(ObjectPtr owner) {
   }
 }
 
-bool clsDLLInstrument::CallLoader(std::string_view member) {
-  if (!loader_) return true;
-  try {
-    return loader_->Invoke(member).ToBool();
-  } catch (...) {
-    return false;  // whatever the loader raises reads as "no"
-  }
-}
-
-bool clsDLLInstrument::Load() { return CallLoader("Load"); }
-bool clsDLLInstrument::Save() { return CallLoader("Save"); }
-bool clsDLLInstrument::BeforeWrite() { return CallLoader("BeforeWrite"); }
-bool clsDLLInstrument::BeforeCompile() { return CallLoader("BeforeCompile"); }
-bool clsDLLInstrument::QueryUninstall() { return CallLoader("QueryUninstall"); }
-
-void clsDLLInstrument::UnInstall() {
-  if (!loader_) return;
-  try {
-    loader_->Invoke("UnInstall");
-  } catch (...) {
-    // Removal goes on whatever the loader does.
-  }
-}
-
-Variant clsDLLInstrument::Invoke(std::string_view member, const Args& args) {
-  using C = clsDLLInstrument;
-  using M = MemberTable<C>;
-  static const M members = {
-      {"BaseClass", M::Property(&C::BaseClass, &C::BaseClass)},
-      {"Buddies", M::Getter(&C::Buddies)},
-      {"CatCode", M::Property(&C::CatCode, &C::CatCode)},
-      {"Channels", M::Getter(&C::Channels)},
-      {"CDTSettings", M::Getter(&C::CDTSettings)},
-      {"Files", M::Getter(&C::Files)},
-      {"Description", M::Property(&C::Description, &C::Description)},
-      {"Events", M::Getter(&C::Events)},
-      {"INPCode", M::Property(&C::INPCode, &C::INPCode)},
-      {"LoadFromScheme", M::Property(&C::LoadFromScheme, &C::LoadFromScheme)},
-      {"Name", M::Property(&C::Name, &C::Name)},
-      {"Outputs", M::Getter(&C::Outputs)},
-      {"Resources", M::Getter(&C::Resources)},
-      {"Tag", M::Property(&C::Tag, &C::Tag)},
-      {"SetupForm", M::Property(&C::SetupForm, &C::SetupForm)},
-      {"IconSource", M::Property(&C::IconSource, &C::IconSource)},
-      {"Instance", M::Property(&C::Instance, &C::Instance)},
-      {"MinimumBuildRevision", M::Property(&C::MinimumBuildRevision, &C::MinimumBuildRevision)},
-      {"ReadOnly", M::Property(&C::ReadOnly, &C::ReadOnly)},
-      {"Loader", M::Property(&C::Loader, &C::Loader)},
-      {"LoaderClass", M::Property(&C::LoaderClass, &C::LoaderClass)},
-      {"SingleUse", M::Property(&C::SingleUse, &C::SingleUse)},
-      {"Changed", M::Property(&C::Changed, &C::Changed)},
-      {"Key", M::Property(&C::Key, &C::Key)},
-      {"Index", M::Property(&C::Index, &C::Index)},
-      {"LoggerTypes", M::Property(&C::LoggerTypes, &C::LoggerTypes)},
-      {"Source", M::Property(&C::Source, &C::Source)},
-      {"Version", M::Property(&C::Version, &C::Version)},
-      {"Visible", M::Property(&C::Visible, &C::Visible)},
-      {"Family", M::Property(&C::Family, &C::Family)},
-      {"Keywords", M::Property(&C::Keywords, &C::Keywords)},
-      {"Install",
-       [](C& self, const Args& a) -> Variant {
-         ExpectArgs(a, 1);
-         self.Install(a[0].ToObject());
-         return {};
-       }},
-      {"Load", M::Method(&C::Load)},
-      {"Save", M::Method(&C::Save)},
-      {"BeforeWrite", M::Method(&C::BeforeWrite)},
-      {"BeforeCompile", M::Method(&C::BeforeCompile)},
-      {"QueryUninstall", M::Method(&C::QueryUninstall)},
-      {"UnInstall", M::Method(&C::UnInstall)},
-  };
-  return members.Invoke(*this, member, args);
-}
+bool clsDLLInstrument::Load() { return CallLoaderHook(loader_, "Load"); }
+bool clsDLLInstrument::Save() { return CallLoaderHook(loader_, "Save"); }
+bool clsDLLInstrument::BeforeWrite() { return CallLoaderHook(loader_, "BeforeWrite"); }
+bool clsDLLInstrument::BeforeCompile() { return CallLoaderHook(loader_, "BeforeCompile"); }
+bool clsDLLInstrument::QueryUninstall() { return CallLoaderHook(loader_, "QueryUninstall"); }
+void clsDLLInstrument::UnInstall() { CallLoaderUnInstall(loader_); }
 
 }  // namespace corvale

@@ -8,7 +8,7 @@
 #include <memory>
 #include <string>
 
-#include "corvale/binding/node_access.h"
+#include "corvale/binding/bound_element.h"
 #include "corvale/core/host.h"
 #include "corvale/core/object.h"
 #include "corvale/instruments/instrument.h"
@@ -16,7 +16,7 @@
 
 namespace corvale {
 
-class clsDLLInstrument : public IInstrument {
+class clsDLLInstrument : public IInstrument, private ElementBinding {
  public:
   clsDLLInstrument();  // bound to a new, empty INSTRUMENT element
   ~clsDLLInstrument() override;
@@ -98,15 +98,10 @@ class clsDLLInstrument : public IInstrument {
   bool QueryUninstall() override;
   void UnInstall() override;
 
-  Variant Invoke(std::string_view member, const Args& args = {}) override;
-
  private:
   void CreateCollections();
   void HandDownKey(const std::string& key);
-  bool CallLoader(std::string_view member);
 
-  FactoryUser factory_user_;
-  xml::Node node_;
   std::string name_;
   std::string cat_code_;
   std::string description_;

@@ -8,7 +8,7 @@
 
 namespace corvale {
 
-clsLibraries::clsLibraries() : element_(CreateElement("LIBRARIES")) {}
+clsLibraries::clsLibraries() : ElementBinding("LIBRARIES") {}
 
 InstrumentsPtr clsLibraries::Item(const Index& index) const { return libraries_.Item(index); }
 
@@ -26,11 +26,11 @@ InstrumentsPtr clsLibraries::Library(std::string_view className) {
 int16_t clsLibraries::Count() const { return libraries_.Count(); }
 
 xml::Node clsLibraries::XMLNode() {
-  while (xml::Node child = element_.firstChild()) element_.removeChild(child);
+  while (xml::Node child = node_.firstChild()) node_.removeChild(child);
   for (const auto& entry : libraries_) {
-    if (xml::Node root = entry.item->XMLNode()) element_.appendChild(root.cloneNode(true));
+    if (xml::Node root = entry.item->XMLNode()) node_.appendChild(root.cloneNode(true));
   }
-  return element_;
+  return node_;
 }
 
 void clsLibraries::Add(InstrumentsPtr library) {

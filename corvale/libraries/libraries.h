@@ -7,7 +7,7 @@
 #include <string>
 #include <string_view>
 
-#include "corvale/binding/node_access.h"
+#include "corvale/binding/bound_element.h"
 #include "corvale/core/index.h"
 #include "corvale/core/keyed_collection.h"
 #include "corvale/core/object.h"
@@ -16,7 +16,7 @@
 
 namespace corvale {
 
-class clsLibraries : public Object {
+class clsLibraries : public Object, private ElementBinding {
  public:
   clsLibraries();
 
@@ -40,9 +40,7 @@ class clsLibraries : public Object {
   Variant Invoke(std::string_view member, const Args& args = {}) override;
 
  private:
-  FactoryUser factoryUser_;  // first: the LIBRARIES element is made in the factory document
   KeyedCollection<IInstruments> libraries_;
-  xml::Node element_;
 };
 
 }  // namespace corvale

@@ -21,10 +21,7 @@ Error MissingInstrument(std::string_view procedure) {
 
 }  // namespace
 
-XMLInstruments::XMLInstruments() : document_(NewDocument()) {
-  root_ = CreateElement(kRootName);
-  document_.appendChild(root_);
-}
+XMLInstruments::XMLInstruments() : FileDocument(kRootName) {}
 
 std::string XMLInstruments::ClassName() const { return "Corvale2.XMLInstruments"; }
 
@@ -63,8 +60,6 @@ void XMLInstruments::Name(std::string value) {
   root_.setAttribute("NAME", value);
 }
 
-std::string XMLInstruments::File() const { return file_; }
-
 int32_t XMLInstruments::EditMode() const {
   return TextToInt32(GetNodeText(root_, "EDITMODE", "-1"));
 }
@@ -75,8 +70,6 @@ void XMLInstruments::XMLNode(xml::Node value) {
   root_ = std::move(value);
   Reselect();
 }
-
-const xml::ParseError& XMLInstruments::ParseError() const { return document_.parseError(); }
 
 InstrumentPtr XMLInstruments::Item(const Index& index) {
   const int32_t position = Position(index);
@@ -152,7 +145,7 @@ void XMLInstruments::Clear() {
 
 bool XMLInstruments::Load(const std::string& fileName) {
   Clear();
-  if (!document_.load(fileName)) return false;
+  if (!LoadFile(fileName)) return false;
   file_ = fileName;
   source_ = fileName;
 
@@ -168,7 +161,7 @@ bool XMLInstruments::Save(const std::string& fileName) {
     file_ = fileName;
     source_ = fileName;
   }
-  document_.save(file_);
+  SaveTo(file_);
   // Callers have always been told not to read this as success (a failure raises instead);
   // it stays false so that hosts testing it keep behaving as they did.
   return false;

@@ -10,6 +10,7 @@
 #include <utility>
 #include <vector>
 
+#include "corvale/binding/file_document.h"
 #include "corvale/core/host.h"
 #include "corvale/core/index.h"
 #include "corvale/libraries/instruments.h"
@@ -17,7 +18,7 @@
 
 namespace corvale {
 
-class XMLInstruments : public IInstruments {
+class XMLInstruments : public IInstruments, public FileDocument {
  public:
   // A new document holding the declaration and an empty PennardInstrumentLibrary root.
   XMLInstruments();
@@ -51,8 +52,7 @@ class XMLInstruments : public IInstruments {
   std::string Name() const override;
   // Also writes the root's attribute NAME.
   void Name(std::string value) override;
-  // The file last loaded or saved.
-  std::string File() const;
+  // File(): the file last loaded or saved.
   // Absent reads -1 and writes "-1" back; 0 removes the element, so it reads -1 again.
   int32_t EditMode() const override;
   void EditMode(int32_t value) override;
@@ -69,9 +69,6 @@ class XMLInstruments : public IInstruments {
   void Remove(const Index& index) override;
   void Clear() override;
 
-  // Why the last Load did not parse (errorCode 0 when it did).
-  const xml::ParseError& ParseError() const;
-
  private:
   int32_t Position(const Index& index);
   int32_t PositionOfCode(const std::string& code);
@@ -81,12 +78,9 @@ class XMLInstruments : public IInstruments {
   void Reselect();
   xml::Node ElementAt(int32_t position) const;
 
-  xml::Document document_;
-  xml::Node root_;
   std::vector<xml::Node> instruments_;  // the root's INSTRUMENT children, in order
   PicturePtr icon_;
   std::string source_;
-  std::string file_;
   // Upper-cased catalogue code to the 0-based position of the first instrument holding it.
   // CATCODE may be edited through LibraryItem behind the library's back, so every hit is
   // checked against the element and a miss rebuilds the index once.

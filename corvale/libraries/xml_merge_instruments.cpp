@@ -47,44 +47,40 @@ void RemoveFromTarget(IInstruments& target, IInstrument& existing) {
 }  // namespace
 
 XMLMergeInstruments::XMLMergeInstruments()
-    : document_(NewDocument()), instruments_(std::make_shared<XMLInstruments>()) {
-  merge_ = CreateElement(kMergeName);
-  document_.appendChild(merge_);
+    : FileDocument(kMergeName), instruments_(std::make_shared<XMLInstruments>()) {
   // Built from nothing, the instruments sit in a library root nested in MERGEINSTRUMENTS;
   // a loaded file has them directly under MERGEINSTRUMENTS (see Load). The two layouts are
   // kept as they are: Load reads only the direct one, so merge files are written that way.
-  merge_.appendChild(instruments_->XMLNode());
+  root_.appendChild(instruments_->XMLNode());
 }
 
-std::string XMLMergeInstruments::Name() const { return GetNodeText(merge_, "NAME", ""); }
-void XMLMergeInstruments::Name(std::string value) { SetNodeText(merge_, "NAME", value); }
+std::string XMLMergeInstruments::Name() const { return GetNodeText(root_, "NAME", ""); }
+void XMLMergeInstruments::Name(std::string value) { SetNodeText(root_, "NAME", value); }
 
 std::string XMLMergeInstruments::Description() const {
-  return GetNodeText(merge_, "DESCRIPTION", "");
+  return GetNodeText(root_, "DESCRIPTION", "");
 }
 void XMLMergeInstruments::Description(std::string value) {
-  SetNodeText(merge_, "DESCRIPTION", value);
+  SetNodeText(root_, "DESCRIPTION", value);
 }
 
-std::string XMLMergeInstruments::Version() const { return GetNodeText(merge_, "VERSION", "1"); }
-void XMLMergeInstruments::Version(std::string value) {
-  SetNodeText(merge_, "VERSION", value, true);
-}
+std::string XMLMergeInstruments::Version() const { return GetNodeText(root_, "VERSION", "1"); }
+void XMLMergeInstruments::Version(std::string value) { SetNodeText(root_, "VERSION", value, true); }
 
-std::string XMLMergeInstruments::Target() const { return GetNodeText(merge_, "TARGET", ""); }
-void XMLMergeInstruments::Target(std::string value) { SetNodeText(merge_, "TARGET", value); }
+std::string XMLMergeInstruments::Target() const { return GetNodeText(root_, "TARGET", ""); }
+void XMLMergeInstruments::Target(std::string value) { SetNodeText(root_, "TARGET", value); }
 
-std::string XMLMergeInstruments::Provider() const { return GetNodeText(merge_, "PROVIDER", ""); }
-void XMLMergeInstruments::Provider(std::string value) { SetNodeText(merge_, "PROVIDER", value); }
+std::string XMLMergeInstruments::Provider() const { return GetNodeText(root_, "PROVIDER", ""); }
+void XMLMergeInstruments::Provider(std::string value) { SetNodeText(root_, "PROVIDER", value); }
 
-std::string XMLMergeInstruments::UserName() const { return GetNodeText(merge_, "USERNAME", ""); }
-void XMLMergeInstruments::UserName(std::string value) { SetNodeText(merge_, "USERNAME", value); }
+std::string XMLMergeInstruments::UserName() const { return GetNodeText(root_, "USERNAME", ""); }
+void XMLMergeInstruments::UserName(std::string value) { SetNodeText(root_, "USERNAME", value); }
 
 std::string XMLMergeInstruments::LicenseText() const {
-  return GetNodeText(merge_, "LICENSETEXT", "");
+  return GetNodeText(root_, "LICENSETEXT", "");
 }
 void XMLMergeInstruments::LicenseText(std::string value) {
-  SetNodeText(merge_, "LICENSETEXT", value);
+  SetNodeText(root_, "LICENSETEXT", value);
 }
 
 std::shared_ptr<clsLibraries> XMLMergeInstruments::Libraries() const { return libraries_; }
@@ -94,24 +90,20 @@ void XMLMergeInstruments::Libraries(std::shared_ptr<clsLibraries> value) {
 
 std::shared_ptr<XMLInstruments> XMLMergeInstruments::Instruments() const { return instruments_; }
 
-xml::Node XMLMergeInstruments::XMLNode() const { return merge_; }
-
-const std::string& XMLMergeInstruments::File() const { return file_; }
-
-const xml::ParseError& XMLMergeInstruments::ParseError() const { return document_.parseError(); }
+xml::Node XMLMergeInstruments::XMLNode() const { return root_; }
 
 bool XMLMergeInstruments::Load(const std::string& fileName) {
-  if (!document_.load(fileName)) return false;
-  merge_ = document_.selectSingleNode(kMergeName);
-  if (!merge_) return false;
-  instruments_->XMLNode(merge_);
+  if (!LoadFile(fileName)) return false;
+  root_ = document_.selectSingleNode(kMergeName);
+  if (!root_) return false;
+  instruments_->XMLNode(root_);
   file_ = fileName;
   return true;
 }
 
 void XMLMergeInstruments::Save(const std::string& fileName) {
   if (!fileName.empty()) file_ = fileName;
-  document_.save(file_);
+  SaveTo(file_);
 }
 
 std::string XMLMergeInstruments::ConfirmationText() const {

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "corvale/binding/node_access.h"
+#include "corvale/binding/file_document.h"
 #include "corvale/core/object.h"
 #include "corvale/libraries/libraries.h"
 #include "corvale/libraries/xml_instruments.h"
@@ -28,7 +28,7 @@ struct MergeResult {
   bool cancelled = false;             // the user cancelled: target unchanged and unsaved
 };
 
-class XMLMergeInstruments : public Object {
+class XMLMergeInstruments : public Object, public FileDocument {
  public:
   // A new document with the declaration and MERGEINSTRUMENTS holding an empty library root.
   XMLMergeInstruments();
@@ -64,20 +64,12 @@ class XMLMergeInstruments : public Object {
 
   // The confirmation text shown before the first change.
   std::string ConfirmationText() const;
-  const std::string& File() const;
-  // Why the last Load did not parse (errorCode 0 when it did).
-  const xml::ParseError& ParseError() const;
 
   Variant Invoke(std::string_view member, const Args& args = {}) override;
 
  private:
-  // It refers to the library set, whose elements come from the shared factory document.
-  FactoryUser factory_user_;
-  xml::Document document_;
-  xml::Node merge_;
   std::shared_ptr<XMLInstruments> instruments_;
   std::shared_ptr<clsLibraries> libraries_;
-  std::string file_;
 };
 
 }  // namespace corvale
