@@ -12,5 +12,8 @@ int RunCheck(const std::vector<std::string>& args);
 int RunInstrument(const std::vector<std::string>& args);
 int RunLibrary(const std::vector<std::string>& args);
 int RunMerge(const std::vector<std::string>& args);
+int RunScale(const std::vector<std::string>& args);
+int RunSystems(const std::vector<std::string>& args);
+int RunTemplates(const std::vector<std::string>& args);
 
 }  // namespace corvale::cli

@@ -35,6 +35,15 @@ constexpr Command kCommands[] = {
      "show one instrument; add to or print the start-up list of libraries"},
     {"merge", corvale::cli::RunMerge,
      "MERGEFILE --target-file LIBRARYFILE [--yes]  merge an extension module into a library"},
+    {"scale", corvale::cli::RunScale,
+     "[--mode a-to-b] --output-type mV|mA [--out-min N --out-max N] [--load OHMS] --sens-min N "
+     "--sens-max N [--cal-mult N --cal-offset N] [--json] | --mode mult-offset --mult N "
+     "[--offset N] [--cal-mult N --cal-offset N] [--json]  the multiplier and offset to "
+     "engineering units for a sensor's output range, then calibrated"},
+    {"systems", corvale::cli::RunSystems,
+     "FILE [KEY] [--json]  list the systems of a systems file, or show one in full"},
+    {"templates", corvale::cli::RunTemplates,
+     "FILE [KEY] [--json]  list the code templates of a template file, or show one in full"},
 };
 
 void PrintUsage(std::ostream& out) {

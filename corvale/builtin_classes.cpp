@@ -7,6 +7,9 @@
 #include "corvale/libraries/register_library.h"
 #include "corvale/libraries/xml_instruments.h"
 #include "corvale/libraries/xml_merge_instruments.h"
+#include "corvale/scaling/scale_channel.h"
+#include "corvale/systems/code_templates.h"
+#include "corvale/systems/systems.h"
 
 namespace corvale {
 
@@ -19,6 +22,13 @@ void RegisterBuiltInClasses() {
   RegisterClassOf<clsLibraries>("Corvale2.clsLibraries");
   RegisterClassOf<clsRegisterLibrary>("Corvale2.clsRegisterLibrary");
   RegisterClassOf<XMLMergeInstruments>("Corvale2.XMLMergeInstruments");
+  RegisterClassOf<clsCodeTemplates>("Corvale2.clsCodeTemplates");
+  RegisterClassOf<clsCodeTemplate>("Corvale2.clsCodeTemplate");
+  RegisterClassOf<clsSystems>("Corvale2.clsSystems");
+  RegisterClassOf<clsSystem>("Corvale2.clsSystem");
+  RegisterClassOf<clsSystemInstruments>("Corvale2.clsSystemInstruments");
+  RegisterClassOf<clsSystemInstrument>("Corvale2.clsSystemInstrument");
+  RegisterClassOf<ScaleChannel>("Corvale2.ScaleChannel");
 }
 
 }  // namespace corvale

@@ -94,13 +94,6 @@ double ReadSpan(std::string_view text, const NumberSpan& span) {
   return negative ? -value : value;
 }
 
-// Nearest integer, ties to even (2.5 -> 2, 3.5 -> 4), as the original integer reads round.
-double RoundHalfEven(double value) {
-  double rounded = std::round(value);  // half away from zero
-  if (std::fabs(value - std::trunc(value)) == 0.5) rounded = 2.0 * std::round(value / 2.0);
-  return rounded;
-}
-
 // NaN and values outside the integer range after rounding overflow.
 template <class Int>
 Int RoundTo(double value) {
@@ -220,6 +213,26 @@ double TextToDouble(std::string_view text) { return ParseLeadingNumber(text); }
 bool TextToBool(std::string_view text) {
   if (IsNumericText(text)) return ParseLeadingNumber(text) != 0.0;
   return UpperCase(text) == "TRUE";
+}
+
+double RoundHalfEven(double value) {
+  double rounded = std::round(value);  // half away from zero
+  if (std::fabs(value - std::trunc(value)) == 0.5) rounded = 2.0 * std::round(value / 2.0);
+  return rounded + 0.0;  // -0 becomes 0
+}
+
+double RoundToPlaces(double value, int places) {
+  const double scale = std::pow(10.0, places);
+  const double scaled = value * scale;
+  if (!std::isfinite(scaled)) return value;  // too large to have such places
+  return RoundHalfEven(scaled) / scale;
+}
+
+std::string WholeNumberText(double value) {
+  if (!std::isfinite(value)) return ShortestText(value);
+  std::array<char, 400> buffer{};
+  const int length = std::snprintf(buffer.data(), buffer.size(), "%.0f", RoundHalfEven(value));
+  return std::string(buffer.data(), static_cast<size_t>(std::max(length, 0)));
 }
 
 std::string IntegerText(int64_t value) { return std::to_string(value); }

@@ -13,6 +13,14 @@ double ParseLeadingNumber(std::string_view text);
 // True when the whole text (blanks round it allowed) is one number.
 bool IsNumericText(std::string_view text);
 
+// Nearest whole number, ties to even (2.5 -> 2, 3.5 -> 4, -0.4 -> 0, never -0).
+double RoundHalfEven(double value);
+// Rounded to `places` decimal places, ties to even at the last place.
+double RoundToPlaces(double value, int places);
+// A whole number in plain decimal, never with an exponent: the value rounded as RoundHalfEven
+// ("1000000000000", "-3", "0").
+std::string WholeNumberText(double value);
+
 // Rounding to the nearest integer, ties to even; out of range raises error 6.
 int16_t RoundToInt16(double value);
 int32_t RoundToInt32(double value);

@@ -10,6 +10,8 @@ std::string StandardDescription(int32_t number) {
       return "Overflow";
     case err::kSubscriptOutOfRange:
       return "Subscript out of range";
+    case err::kDivisionByZero:
+      return "Division by zero";
     case err::kTypeMismatch:
       return "Type mismatch";
     case err::kFileNotFound:

@@ -13,6 +13,7 @@ namespace err {
 inline constexpr int32_t kInvalidProcedureCall = 5;
 inline constexpr int32_t kOverflow = 6;
 inline constexpr int32_t kSubscriptOutOfRange = 9;
+inline constexpr int32_t kDivisionByZero = 11;
 inline constexpr int32_t kTypeMismatch = 13;
 inline constexpr int32_t kFileNotFound = 53;
 inline constexpr int32_t kPathFileAccess = 75;
@@ -31,6 +32,12 @@ inline constexpr int32_t kAdd3 = static_cast<int32_t>(0x800403EBu);
 inline constexpr int32_t kAdd4 = static_cast<int32_t>(0x800403ECu);
 inline constexpr int32_t kAdd5 = static_cast<int32_t>(0x800403EDu);
 inline constexpr int32_t kAdd6 = static_cast<int32_t>(0x800403EEu);
+
+// Raised by the Add of a template file (clsCodeTemplates) and of a systems file (clsSystems)
+// for a key that a template or system of the file holds already; nothing is added. Numbers of
+// their own, past the scheme's Add range, so that a host can tell them from a collection's 457.
+inline constexpr int32_t kDuplicateTemplateKey = static_cast<int32_t>(0x80040401u);
+inline constexpr int32_t kDuplicateSystemKey = static_cast<int32_t>(0x80040402u);
 }  // namespace err
 
 // The description a user of the original platform sees for a standard number;

@@ -1,0 +1,76 @@
+// corvale systems FILE [KEY] [--json]: the systems of a systems file, or one of them in full
+// with its instruments and the logger channels each logs.
+#include <iostream>
+#include <nlohmann/json.hpp>
+#include <string>
+#include <vector>
+
+#include "cli/cli_util.h"
+#include "cli/commands.h"
+#include "cli/systems_report.h"
+#include "corvale/systems/systems.h"
+
+namespace corvale::cli {
+namespace {
+
+using nlohmann::ordered_json;
+
+ordered_json Full(const clsSystem& system) {
+  ordered_json out = {{"key", system.Key()},
+                      {"name", system.Name()},
+                      {"description", system.Description()},
+                      {"index", system.Index()},
+                      {"source", system.Source()},
+                      {"logger", system.Logger()},
+                      {"logInterval", system.LogInterval()},
+                      {"subInterval", system.SubInterval()},
+                      {"scanRates", system.ScanRates()},
+                      {"codeTemplate", system.CodeTemplate()},
+                      {"iconSource", system.IconSource()},
+                      {"message", system.Message()}};
+  out["instruments"] = InstrumentsJson(*system.Instruments());
+  const xml::Node scheme = system.SchemeNode();
+  if (scheme) {
+    int elements = 0;
+    for (const xml::Node& child : scheme.childNodes())
+      elements += child.nodeType() == xml::NodeType::Element;
+    out["embeddedScheme"] = {{"elements", elements}};
+  } else {
+    out["embeddedScheme"] = nullptr;
+  }
+  return out;
+}
+
+}  // namespace
+
+int RunSystems(const std::vector<std::string>& arguments) {
+  std::vector<std::string> args = arguments;
+  const bool json = TakeFlag(args, "--json");
+  RejectUnknownOptions(args);
+  if (args.empty()) throw UsageError("no FILE given");
+  if (args.size() > 2) throw UsageError("too many arguments");
+
+  const std::string& path = args[0];
+  clsSystems systems;
+  if (!LoadKeyedFile(path, systems, "SYSTEMS")) return kExitFailure;
+  if (args.size() == 2) {
+    const SystemPtr system = systems.Item(args[1]);
+    if (!system) {
+      std::cerr << path << ": no system with the key \"" << args[1] << "\"\n";
+      return kExitFailure;
+    }
+    return PrintModel(Full(*system), json);
+  }
+  ordered_json list = ordered_json::array();
+  for (int16_t i = 1; i <= systems.Count(); ++i) {
+    const SystemPtr system = systems.Item(i);
+    list.push_back({{"key", system->Key()},
+                    {"name", system->Name()},
+                    {"logger", system->Logger()},
+                    {"codeTemplate", system->CodeTemplate()},
+                    {"instruments", system->Instruments()->Count()}});
+  }
+  return PrintModel({{"file", path}, {"source", systems.Source()}, {"systems", list}}, json);
+}
+
+}  // namespace corvale::cli

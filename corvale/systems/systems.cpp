@@ -1,0 +1,64 @@
+#include "corvale/systems/systems.h"
+
+#include "corvale/core/error.h"
+#include "corvale/core/member_table.h"
+
+namespace corvale {
+
+namespace {
+
+constexpr KeyedFile::Shape kShape = {.root = "SYSTEMS",
+                                     .child = "SYSTEM",
+                                     .keyPrefix = "SYSTEM_",
+                                     .className = "clsSystems",
+                                     .duplicateKeyError = err::kDuplicateSystemKey,
+                                     .itemWord = "system"};
+
+}  // namespace
+
+clsSystems::clsSystems() : KeyedFile(kShape) {}
+
+SystemPtr clsSystems::Item(const corvale::Index& index) const {
+  const xml::Node element = Find(index);
+  if (!element) return nullptr;
+  auto system = std::make_shared<clsSystem>(element.cloneNode(true));
+  system->Source(Source() + "|" + system->Key());
+  return system;
+}
+
+SystemPtr clsSystems::LibraryItem(const corvale::Index& index) const {
+  const xml::Node element = Find(index);
+  if (!element) return nullptr;
+  auto system = std::make_shared<clsSystem>(element);
+  system->ListedIn(list_);
+  return system;
+}
+
+void clsSystems::Add(const SystemPtr& system) {
+  if (!system) throw Error(err::kObjectNotSet);
+  if (system->Key().empty()) system->Key(FreeKey());
+  Append(system->XMLNode(), system->Key());
+  system->ListedIn(list_);
+  list_->Renumber("INDEX");
+}
+
+Variant clsSystems::Invoke(std::string_view member, const Args& args) {
+  using T = clsSystems;
+  using M = MemberTable<T>;
+  static const M::Member item = M::WithIndex(&T::Item);
+  static const M members = {
+      {"Item", item},
+      {"", item},
+      {"LibraryItem", M::WithIndex(&T::LibraryItem)},
+      {"Add",
+       [](T& self, const Args& a) -> Variant {
+         ExpectArgs(a, 1);
+         self.Add(VariantAs<SystemPtr>(a[0]));
+         return {};
+       }},
+  };
+  if (const M::Member* own = members.Find(member)) return (*own)(*this, args);
+  return InvokeFileMember(member, args);
+}
+
+}  // namespace corvale
