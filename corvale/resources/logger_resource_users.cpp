@@ -58,6 +58,7 @@ void clsLoggerResourceUsers::Add(std::string user, const std::optional<corvale::
     node_.appendChild(element->XMLNode());
   } catch (const Error&) {
   }
+  Touch();
 }
 
 void clsLoggerResourceUsers::Remove(const corvale::Index& index) {
