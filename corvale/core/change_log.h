@@ -15,11 +15,17 @@ class ChangeLog {
  public:
   // Records a change of what token stands for; a null token: anything may have changed.
   void Changed(const void* token) {
-    if (!token || tokens_.size() >= kKept) {
+    if (!token) {
       tokens_.clear();
-      first_ = token ? count_ : count_ + 1;
+      first_ = count_ + 1;
+    } else {
+      if (tokens_.size() >= kKept) {
+        // The older half goes; a cache that looked lately still finds all it missed.
+        tokens_.erase(tokens_.begin(), tokens_.begin() + kKept / 2);
+        first_ += kKept / 2;
+      }
+      tokens_.push_back(token);
     }
-    if (token) tokens_.push_back(token);
     ++count_;
   }
   // The number of changes recorded so far.
@@ -34,7 +40,7 @@ class ChangeLog {
   }
 
  private:
-  // A cache that falls further behind rebuilds, which costs no more than replaying this many.
+  // A cache that falls further behind rebuilds, which costs no more than replaying as many.
   static constexpr size_t kKept = 4096;
   std::vector<const void*> tokens_;  // the changes first_ .. count_ - 1
   uint64_t first_ = 0;

@@ -1,0 +1,150 @@
+// Channel placement on a generated logger of 10,000 input channels: NextChannel followed by
+// Allocate, as a scheme places the channels of its instruments (four channels and one shared
+// resource request per instrument), 1,000 to 8,000 times, with and without a wanted range.
+// Prints the time per size and the growth exponent from 1,000 to 8,000 placements (goal: at
+// most 1.1), and, for comparison, the cost of one channel-by-channel walk.
+#include <algorithm>
+#include <chrono>
+#include <cmath>
+#include <cstdio>
+#include <memory>
+#include <optional>
+#include <ostream>
+#include <streambuf>
+#include <string>
+#include <vector>
+
+#include "corvale/binding/node_access.h"
+#include "corvale/loggers/logger_def.h"
+#include "corvale/resources/logger_resource_request.h"
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+using corvale::InputChannelPtr;
+
+constexpr int kChannels = 10000;
+// The ranges of the analogue channels, (min, max); one channel in four has none.
+constexpr double kRanges[][2] = {{0, 0},      {-2.5, 2.5}, {0, 2.5}, {-25, 25},
+                                 {-100, 100}, {0, 10},     {0, 5},   {0, 0}};
+
+std::string GenerateLogger() {
+  std::string xml = "<LOGGER><KEY>BENCH</KEY><INPUTCHANNELS>";
+  std::string resources;
+  for (int i = 0; i < kChannels; ++i) {
+    const std::string n = std::to_string(i);
+    // Nine in ten are analogue; the rest counters and digital inputs.
+    const int type = i % 10 != 9 ? 1 : i / 10 % 2 == 0 ? 2 : 5;
+    const auto& range = kRanges[i % 8];
+    xml += "<CHANNEL><KEY>AIN" + n + "</KEY><DESCRIPTION>Input " + n +
+           "</DESCRIPTION><CHANNELTYPE>" + std::to_string(type) + "</CHANNELTYPE>";
+    if (range[0] != 0) xml += "<MIN>" + corvale::DoubleText(range[0]) + "</MIN>";
+    if (range[1] != 0) xml += "<MAX>" + corvale::DoubleText(range[1]) + "</MAX>";
+    xml += "<CDTSETTINGS/><RESOURCES><REQUEST><KEY>RES_0</KEY><RESOURCE>IN" + n +
+           "</RESOURCE></REQUEST></RESOURCES></CHANNEL>";
+    resources += "<RESOURCE><KEY>IN" + n + "</KEY><USERS/></RESOURCE>";
+  }
+  resources += "<RESOURCE><KEY>EXCITATION</KEY><USERS/></RESOURCE>";
+  return xml + "</INPUTCHANNELS><OUTPUTCHANNELS/><RESOURCES>" + resources + "</RESOURCES></LOGGER>";
+}
+
+std::shared_ptr<corvale::clsLoggerDef> NewLogger(const std::string& xml) {
+  return std::make_shared<corvale::clsLoggerDef>(corvale::ParseNode(xml));
+}
+
+struct Want {
+  std::optional<double> upper, lower;
+};
+
+Want WantFor(int placement, bool ranged) {
+  if (!ranged) return {};
+  // Instrument ranges that fit one range group or another, or none (then the walk's retry).
+  constexpr double kWanted[][2] = {{0.4, 2}, {-40, 60}, {4, 20}, {-1, 1}, {0, 150}};
+  const auto& want = kWanted[placement % 5];
+  return {want[1], want[0]};
+}
+
+// Places `count` channels; returns the seconds taken, the index already built.
+double Place(const std::string& xml, int count, bool ranged, int* placed) {
+  auto logger = NewLogger(xml);
+  auto inputs = logger->InputChannels();
+  auto pool = logger->Resources();
+  auto shared = std::make_shared<corvale::clsLoggerResourceList>();
+  auto excitation = std::make_shared<corvale::clsLoggerResourceRequest>();
+  excitation->Resource("EXCITATION");
+  shared->Add(excitation);
+  inputs->NextChannel(1);  // builds the index outside the timing
+
+  const auto start = Clock::now();
+  for (int i = 0; i < count; ++i) {
+    const std::string user = "BENCH.INST_" + std::to_string(i / 4);
+    const Want want = WantFor(i, ranged);
+    InputChannelPtr channel = inputs->NextChannel(1, want.upper, want.lower);
+    if (channel && inputs->Allocate(user, channel->Key())) ++*placed;
+    if (i % 4 == 3) pool->Allocate(user, shared);  // the instrument's own resources
+  }
+  return std::chrono::duration<double>(Clock::now() - start).count();
+}
+
+double Median(std::vector<double> values) {
+  std::sort(values.begin(), values.end());
+  return values[values.size() / 2];
+}
+
+// Discards the trace lines of the walk.
+class NullBuffer : public std::streambuf {
+ protected:
+  int overflow(int c) override { return c; }
+};
+
+}  // namespace
+
+int main() {
+  const std::string xml = GenerateLogger();
+  {
+    const auto start = Clock::now();
+    auto logger = NewLogger(xml);
+    const double bind = std::chrono::duration<double>(Clock::now() - start).count();
+    const auto built = Clock::now();
+    logger->InputChannels()->NextChannel(1);
+    const double index = std::chrono::duration<double>(Clock::now() - built).count();
+    std::printf("logger of %d input channels: bound in %.1f ms, index built in %.1f ms\n",
+                kChannels, bind * 1e3, index * 1e3);
+  }
+
+  const int sizes[] = {1000, 2000, 4000, 8000};
+  for (const bool ranged : {false, true}) {
+    std::printf("NextChannel + Allocate, %s:\n", ranged ? "with ranges" : "without ranges");
+    double first = 0, last = 0;
+    for (const int size : sizes) {
+      std::vector<double> runs;
+      int placed = 0;
+      for (int run = 0; run < 3; ++run) runs.push_back(Place(xml, size, ranged, &placed));
+      const double seconds = Median(runs);
+      std::printf("  %5d placements: %8.2f ms (%.2f us each, %d placed)\n", size, seconds * 1e3,
+                  seconds * 1e6 / size, placed / 3);
+      if (size == sizes[0]) first = seconds;
+      last = seconds;
+    }
+    std::printf("  growth exponent from %d to %d placements: %.2f (goal: at most 1.1)\n", sizes[0],
+                sizes[3], std::log(last / first) / std::log(8.0));
+  }
+
+  // The walk that the trace stream asks for, on a logger with 1,000 channels placed.
+  auto logger = NewLogger(xml);
+  auto inputs = logger->InputChannels();
+  for (int i = 0; i < 1000; ++i) inputs->Allocate("X", inputs->NextChannel(1)->Key());
+  NullBuffer discard;
+  std::ostream sink(&discard);
+  inputs->TraceStream(&sink);
+  const auto start = Clock::now();
+  for (int i = 0; i < 20; ++i) inputs->NextChannel(1, 2.0, 0.4);
+  const double walk = std::chrono::duration<double>(Clock::now() - start).count() / 20;
+  inputs->TraceStream(nullptr);
+  const auto indexed = Clock::now();
+  for (int i = 0; i < 20; ++i) inputs->NextChannel(1, 2.0, 0.4);
+  const double fast = std::chrono::duration<double>(Clock::now() - indexed).count() / 20;
+  std::printf("one NextChannel by walking every channel: %.2f ms; by the index: %.3f us\n",
+              walk * 1e3, fast * 1e6);
+  return 0;
+}
