@@ -34,6 +34,8 @@ class FreeChannelIndex {
   std::optional<int32_t> Pick(const Entries& channels, const ChangeLog& changes,
                               const clsLoggerResources* pool, int32_t channelType,
                               const std::optional<Range>& range);
+  // Makes the next Pick read every channel again.
+  void Invalidate() { built_ = false; }
 
  private:
   struct Request {

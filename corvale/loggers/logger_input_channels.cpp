@@ -24,8 +24,17 @@ InputChannelPtr clsLoggerInputChannels::NextChannel(int32_t channelType,
     std::optional<FreeChannelIndex::Range> range;
     if (ranged) range = FreeChannelIndex::Range{*upper, *lower};
     const auto& channels = items_.Entries();
-    if (auto pick = index_->Pick(channels, *log_, pool_.get(), channelType, range))
-      return *pick < 0 ? nullptr : channels[static_cast<size_t>(*pick)].item;
+    // The channel offered is checked against its elements before it is handed out: edits that
+    // bypass this inventory's objects (another definition over the same LOGGER element) make
+    // the index rebuild instead of giving a busy channel.
+    for (int attempt = 0; attempt < 2; ++attempt) {
+      const auto pick = index_->Pick(channels, *log_, pool_.get(), channelType, range);
+      if (!pick) break;
+      if (*pick < 0) return nullptr;
+      const InputChannelPtr& channel = channels[static_cast<size_t>(*pick)].item;
+      if (channel->ChannelType() == channelType && IsFree(*channel)) return channel;
+      index_->Invalidate();
+    }
   }
   return Walk(channelType, upper, lower);
 }
