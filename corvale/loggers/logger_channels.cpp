@@ -115,10 +115,7 @@ Variant LoggerChannels<T>::Invoke(std::string_view member, const Args& args) {
       {"", item},
       {"Add",
        [](C& self, const Args& a) -> Variant {
-         if (a.empty() || a.size() > 3) throw Error(err::kInvalidProcedureCall);
-         std::optional<corvale::Index> before, after;
-         if (a.size() > 1 && !a[1].IsEmpty()) before = IndexArg(a[1]);
-         if (a.size() > 2 && !a[2].IsEmpty()) after = IndexArg(a[2]);
+         const auto [before, after] = PlacementArgs(a);
          return Variant(self.Add(VariantAs<Channel>(a[0]), before, after));
        }},
       {"Remove", M::WithIndex(&C::Remove)},

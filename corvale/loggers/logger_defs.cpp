@@ -84,10 +84,7 @@ Variant clsLoggerDefs::Invoke(std::string_view member, const Args& args) {
       {"Source", M::Property(&T::Source, &T::Source)},
       {"Add",
        [](T& self, const Args& a) -> Variant {
-         if (a.empty() || a.size() > 3) throw Error(err::kInvalidProcedureCall);
-         std::optional<corvale::Index> before, after;
-         if (a.size() > 1 && !a[1].IsEmpty()) before = IndexArg(a[1]);
-         if (a.size() > 2 && !a[2].IsEmpty()) after = IndexArg(a[2]);
+         const auto [before, after] = PlacementArgs(a);
          self.Add(VariantAs<LoggerDefPtr>(a[0]), before, after);
          return {};
        }},

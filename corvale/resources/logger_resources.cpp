@@ -144,10 +144,7 @@ Variant clsLoggerResources::Invoke(std::string_view member, const Args& args) {
       {"Parent", M::Property(&T::Parent, &T::Parent)},
       {"Add",
        [](T& self, const Args& a) -> Variant {
-         if (a.empty() || a.size() > 3) throw Error(err::kInvalidProcedureCall);
-         std::optional<corvale::Index> before, after;
-         if (a.size() > 1 && !a[1].IsEmpty()) before = IndexArg(a[1]);
-         if (a.size() > 2 && !a[2].IsEmpty()) after = IndexArg(a[2]);
+         const auto [before, after] = PlacementArgs(a);
          self.Add(VariantAs<LoggerResourcePtr>(a[0]), before, after);
          return {};
        }},
