@@ -43,6 +43,10 @@ struct CollectionShape {
   // The empty key is a key like any other: one item may hold it (a look-up of "" finds it) and
   // a second one raises 457. Otherwise an item with an empty key has no key.
   bool emptyKeyIsKey = false;
+  // Users' files may repeat a key: a look-up by key finds its first holder (hashed), later
+  // holders are listed without a key, and the next one takes the key over when the first is
+  // removed. Otherwise a repeated key raises 457.
+  bool repeatedKeys = false;
 };
 
 // T is an element-bound item with an element-taking constructor, `explicit T(xml::Node)`.
@@ -76,12 +80,15 @@ class BoundCollection : protected ElementBinding, public Watched {
   virtual void Remove(const Index& index) {
     const int16_t position = PositionOf(index);
     TakeOutOf(items_.Item(position)->XMLNode());
+    const std::string key = items_.KeyAt(position);
     items_.Remove(position);
+    if (shadowed_ > 0 && !key.empty()) HandKeyOn(key, position);
     Touch();
   }
   void Clear() {
     for (const auto& entry : items_) TakeOutOf(entry.item->XMLNode());
     items_.Clear();
+    shadowed_ = 0;
     Touch();
   }
 
@@ -108,6 +115,7 @@ class BoundCollection : protected ElementBinding, public Watched {
     } else {
       items_.Clear();
     }
+    shadowed_ = 0;
     node_ = std::move(value);
     numbered_ = false;
     Touch();
@@ -158,7 +166,12 @@ class BoundCollection : protected ElementBinding, public Watched {
   void AddEntry(const std::shared_ptr<T>& item, const std::string& key,
                 const std::optional<Index>& before = std::nullopt,
                 const std::optional<Index>& after = std::nullopt) {
-    items_.Add(item, shape_.unkeyedLookup ? std::string() : StoredKey(key), before, after);
+    std::string stored = shape_.unkeyedLookup ? std::string() : StoredKey(key);
+    if (shape_.repeatedKeys && !stored.empty() && items_.Exists(stored)) {
+      stored.clear();
+      ++shadowed_;
+    }
+    items_.Add(item, stored, before, after);
     WatchItem(item);
     Touch();
   }
@@ -248,7 +261,21 @@ class BoundCollection : protected ElementBinding, public Watched {
     return 0;
   }
 
+  // The key's first holder has gone: the next item holding it, listed without a key since it
+  // came later, takes it over. Only collections whose documents repeat a key pay for the walk.
+  void HandKeyOn(const std::string& key, int16_t from) {
+    for (int16_t position = from; position <= items_.Count(); ++position) {
+      if (!items_.KeyAt(position).empty()) continue;
+      if (EqualsNoCase(EntryKey(*items_.Item(position)), key)) {
+        items_.ReKey(Index(position), key);
+        --shadowed_;
+        return;
+      }
+    }
+  }
+
   CollectionShape shape_;
+  int32_t shadowed_ = 0;   // items listed without the key they hold (repeatedKeys)
   bool numbered_ = false;  // INDEX has been written through the whole list since binding
 };
 

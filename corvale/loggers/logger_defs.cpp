@@ -8,8 +8,6 @@
 
 namespace corvale {
 
-std::string LoggerElement::Key() const { return GetNodeText(node_, "KEY", ""); }
-
 clsLoggerDefs::clsLoggerDefs()
     : FileDocument(""),
       BoundCollection({.container = "LOGGERS",
@@ -19,7 +17,7 @@ clsLoggerDefs::clsLoggerDefs()
                        .rebindSameIsNoop = true,
                        .emptyKeyIsKey = true}) {}
 
-void clsLoggerDefs::OnBind(LoggerElement& logger) {
+void clsLoggerDefs::OnBind(KeyedElement& logger) {
   const xml::Node element = logger.XMLNode();
   if (GetNodeText(element, "KEY", "").empty())
     SetNodeText(element, "KEY", GetNodeText(element, "CATCODE", ""));
@@ -51,7 +49,7 @@ void clsLoggerDefs::Add(const LoggerDefPtr& definition, const std::optional<corv
   // The element moves in before its key is checked: a refused definition stays in the file.
   node_.appendChild(element);
   if (definition->Key().empty()) definition->Key(definition->CatCode());
-  AddEntry(std::make_shared<LoggerElement>(element), definition->Key(), before, after);
+  AddEntry(std::make_shared<KeyedElement>(element), definition->Key(), before, after);
 }
 
 bool clsLoggerDefs::Load(const std::string& fileName) {

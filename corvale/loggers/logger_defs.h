@@ -1,6 +1,7 @@
 // clsLoggerDefs: a logger definition file in memory: an ordered set of LOGGER elements under a
 // LOGGERS element, keyed by KEY (or CATCODE when KEY is empty). Item hands out definitions
-// bound to copies of them, LibraryItem definitions bound to the elements themselves.
+// bound to copies of them, LibraryItem definitions bound to the elements themselves; the set
+// keeps elements, not definitions.
 #pragma once
 
 #include <cstdint>
@@ -8,8 +9,8 @@
 #include <string>
 
 #include "corvale/binding/bound_collection.h"
-#include "corvale/binding/bound_element.h"
 #include "corvale/binding/file_document.h"
+#include "corvale/binding/keyed_element.h"
 #include "corvale/core/index.h"
 #include "corvale/core/object.h"
 #include "corvale/loggers/logger_def.h"
@@ -17,14 +18,7 @@
 
 namespace corvale {
 
-// One LOGGER element of the set; the set keeps elements, not definitions.
-class LoggerElement : public BoundElement {
- public:
-  explicit LoggerElement(xml::Node element) : BoundElement(std::move(element)) {}
-  std::string Key() const;
-};
-
-class clsLoggerDefs : public Object, public FileDocument, protected BoundCollection<LoggerElement> {
+class clsLoggerDefs : public Object, public FileDocument, protected BoundCollection<KeyedElement> {
  public:
   // A new document holding only the declaration, and a LOGGERS element that is not attached
   // to it: a set that was never loaded saves as the declaration alone.
@@ -61,7 +55,7 @@ class clsLoggerDefs : public Object, public FileDocument, protected BoundCollect
   Variant Invoke(std::string_view member, const Args& args = {}) override;
 
  private:
-  void OnBind(LoggerElement& logger) override;
+  void OnBind(KeyedElement& logger) override;
 };
 
 using LoggerDefsPtr = std::shared_ptr<clsLoggerDefs>;

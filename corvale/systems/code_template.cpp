@@ -41,10 +41,8 @@ void clsCodeTemplate::Index(int16_t value) { SetTextLong(node_, "INDEX", value);
 
 std::string clsCodeTemplate::Key() const { return GetNodeText(node_, "KEY", ""); }
 void clsCodeTemplate::Key(std::string value) {
-  const std::string old = Key();
   SetNodeText(node_, "KEY", value);
   node_.setAttribute("KEY", value);
-  ReportKeyChange(node_, old);
 }
 
 int32_t clsCodeTemplate::LoggerTypes() const { return GetTextLong(node_, "LOGGERTYPES", "0"); }

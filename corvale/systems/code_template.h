@@ -8,7 +8,6 @@
 #include <string>
 
 #include "corvale/binding/bound_element.h"
-#include "corvale/binding/keyed_element_list.h"
 #include "corvale/core/object.h"
 #include "corvale/instruments/events.h"
 #include "corvale/instruments/files.h"
@@ -18,7 +17,7 @@
 
 namespace corvale {
 
-class clsCodeTemplate : public BoundElement, public ListedItem {
+class clsCodeTemplate : public BoundElement {
  public:
   // Bound to a new CODETEMPLATE element holding empty RESOURCES, FILES, EVENTS and
   // INSTRUMENTS elements.

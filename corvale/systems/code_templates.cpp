@@ -21,16 +21,13 @@ clsCodeTemplates::clsCodeTemplates() : KeyedFile(kShape) {}
 CodeTemplatePtr clsCodeTemplates::Item(const corvale::Index& index) const {
   const xml::Node element = Find(index);
   if (!element) return nullptr;
-  auto codeTemplate = std::make_shared<clsCodeTemplate>(element);
-  codeTemplate->ListedIn(list_);
-  return codeTemplate;
+  return std::make_shared<clsCodeTemplate>(element);
 }
 
 void clsCodeTemplates::Add(const CodeTemplatePtr& codeTemplate) {
   if (!codeTemplate) throw Error(err::kObjectNotSet);
   if (codeTemplate->Key().empty()) codeTemplate->Key(FreeKey());
   Append(codeTemplate->XMLNode(), codeTemplate->Key());
-  codeTemplate->ListedIn(list_);
 }
 
 Variant clsCodeTemplates::Invoke(std::string_view member, const Args& args) {

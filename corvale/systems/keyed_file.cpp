@@ -1,5 +1,6 @@
 #include "corvale/systems/keyed_file.h"
 
+#include <memory>
 #include <utility>
 
 #include "corvale/binding/node_access.h"
@@ -9,38 +10,37 @@
 namespace corvale {
 
 KeyedFile::KeyedFile(const Shape& shape)
-    : FileDocument(shape.root),
-      shape_(shape),
-      list_(std::make_shared<KeyedElementList>(shape.child, "KEY")) {
-  list_->Select(root_);
+    : FileDocument(""),
+      BoundCollection({.container = shape.root,
+                       .child = shape.child,
+                       .keyPrefix = shape.keyPrefix,
+                       .firstNumber = 1,
+                       .keyOnBind = false,
+                       .repeatedKeys = true}),
+      file_shape_(shape) {
+  document_.appendChild(node_);
 }
 
-std::string KeyedFile::Source() const { return GetNodeText(root_, "SOURCE", ""); }
-void KeyedFile::Source(std::string value) { SetNodeText(root_, "SOURCE", value); }
-
-void KeyedFile::XMLNode(xml::Node value) {
-  root_ = std::move(value);
-  list_->Select(root_);
-}
+std::string KeyedFile::Source() const { return GetNodeText(node_, "SOURCE", ""); }
+void KeyedFile::Source(std::string value) { SetNodeText(node_, "SOURCE", value); }
 
 bool KeyedFile::Load(const std::string& fileName) {
   xml::Document previous = document_;
   document_ = NewDocument();
   const bool parsed = LoadFile(fileName);
-  xml::Node root = document_.selectSingleNode(shape_.root);
+  xml::Node root = document_.selectSingleNode(file_shape_.root);
   if (!root) {
     if (const xml::Node other = document_.documentElement()) {
       const std::string name = other.nodeName();
       document_ = previous;
       throw Error(err::kInvalidProcedureCall,
-                  fileName + " holds " + name + ", not " + std::string(shape_.root),
-                  std::string(shape_.className) + ":Load");
+                  fileName + " holds " + name + ", not " + std::string(file_shape_.root),
+                  std::string(file_shape_.className) + ":Load");
     }
-    root = CreateElement(shape_.root);
+    root = CreateElement(file_shape_.root);
     document_.appendChild(root);
   }
-  root_ = root;
-  list_->Select(root_);
+  Bind(root);
   if (parsed) file_ = fileName;
   return parsed;
 }
@@ -49,47 +49,60 @@ void KeyedFile::Save(const std::string& fileName) {
   const std::string& path = fileName.empty() ? file_ : fileName;
   if (path.empty()) {
     throw Error(err::kPathFileAccess, "No file to save to",
-                std::string(shape_.className) + ":Save");
+                std::string(file_shape_.className) + ":Save");
   }
   SaveTo(path);
   file_ = path;
 }
 
 xml::Node KeyedFile::Find(const corvale::Index& index) const {
-  if (index.IsPosition()) return list_->At(index.Position());
-  const int16_t position = list_->PositionOf(index.Key());
-  return position ? list_->At(position) : xml::Node();
+  if (index.IsPosition() ? index.Position() < 1 || index.Position() > Count()
+                         : !items_.Exists(index.Key()))
+    return {};
+  return BoundCollection::Item(index)->XMLNode();
 }
 
-void KeyedFile::Remove(const corvale::Index& index) {
-  const int32_t position = index.IsPosition() ? index.Position() : list_->PositionOf(index.Key());
-  if (position < 1 || position > list_->Count()) throw Error(err::kSubscriptOutOfRange);
-  list_->Remove(position);
-}
-
-void KeyedFile::Clear() { list_->Clear(); }
-
-std::string KeyedFile::FreeKey() const { return list_->FirstFreeKey(shape_.keyPrefix, 1); }
-
-void KeyedFile::Append(const xml::Node& element, std::string_view key) {
+void KeyedFile::Append(const xml::Node& element, const std::string& key) {
   if (!element) throw Error(err::kObjectNotSet);
-  if (list_->PositionOf(key)) {
-    throw Error(shape_.duplicateKeyError,
-                "A " + std::string(shape_.itemWord) + " with the key " + std::string(key) +
-                    " exists already",
-                std::string(shape_.className) + ":Add");
+  if (items_.Exists(key)) {
+    throw Error(
+        file_shape_.duplicateKeyError,
+        "A " + std::string(file_shape_.itemWord) + " with the key " + key + " exists already",
+        std::string(file_shape_.className) + ":Add");
   }
-  list_->Append(element);
+  const bool listed = element.nodeName() == file_shape_.child;
+  const bool moves = element.parentNode() == node_;
+  node_.appendChild(element);
+  if (listed && moves) {
+    Bind(node_);  // a listed child moved to the end: list the children again
+  } else if (listed) {
+    AddEntry(std::make_shared<KeyedElement>(element), key);
+  }
 }
 
 Variant KeyedFile::InvokeFileMember(std::string_view member, const Args& args) {
   using T = KeyedFile;
   using M = MemberTable<T>;
+  // Count, Remove and Clear come from the protected collection base, reached from here.
   static const M members = {
       {"Source", M::Property(&T::Source, &T::Source)},
-      {"Count", M::Getter(&T::Count)},
-      {"Remove", M::WithIndex(&T::Remove)},
-      {"Clear", M::Method(&T::Clear)},
+      {"Count",
+       [](T& self, const Args& a) -> Variant {
+         ExpectArgs(a, 0);
+         return Variant(self.Count());
+       }},
+      {"Remove",
+       [](T& self, const Args& a) -> Variant {
+         ExpectArgs(a, 1);
+         self.Remove(IndexArg(a[0]));
+         return {};
+       }},
+      {"Clear",
+       [](T& self, const Args& a) -> Variant {
+         ExpectArgs(a, 0);
+         self.Clear();
+         return {};
+       }},
       {"Load",
        [](T& self, const Args& a) -> Variant {
          ExpectArgs(a, 1);

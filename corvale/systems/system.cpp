@@ -39,11 +39,7 @@ int16_t clsSystem::Index() const { return GetTextInteger(node_, "INDEX", "0"); }
 void clsSystem::Index(int16_t value) { SetTextLong(node_, "INDEX", value); }
 
 std::string clsSystem::Key() const { return GetNodeText(node_, "KEY", ""); }
-void clsSystem::Key(std::string value) {
-  const std::string old = Key();
-  SetNodeText(node_, "KEY", value);
-  ReportKeyChange(node_, old);
-}
+void clsSystem::Key(std::string value) { SetNodeText(node_, "KEY", value); }
 
 int32_t clsSystem::LogInterval() const { return GetTextLong(node_, "LOGINTERVAL", "0"); }
 void clsSystem::LogInterval(int32_t value) { SetTextLong(node_, "LOGINTERVAL", value); }

@@ -8,7 +8,6 @@
 #include <string>
 
 #include "corvale/binding/bound_element.h"
-#include "corvale/binding/keyed_element_list.h"
 #include "corvale/core/host.h"
 #include "corvale/core/object.h"
 #include "corvale/systems/system_instruments.h"
@@ -16,7 +15,7 @@
 
 namespace corvale {
 
-class clsSystem : public BoundElement, public ListedItem {
+class clsSystem : public BoundElement {
  public:
   clsSystem();  // bound to a new SYSTEM element holding an empty INSTRUMENTS element
   // Bound to an element, as XMLNode(element) binds it.

@@ -29,17 +29,15 @@ SystemPtr clsSystems::Item(const corvale::Index& index) const {
 SystemPtr clsSystems::LibraryItem(const corvale::Index& index) const {
   const xml::Node element = Find(index);
   if (!element) return nullptr;
-  auto system = std::make_shared<clsSystem>(element);
-  system->ListedIn(list_);
-  return system;
+  return std::make_shared<clsSystem>(element);
 }
 
 void clsSystems::Add(const SystemPtr& system) {
   if (!system) throw Error(err::kObjectNotSet);
   if (system->Key().empty()) system->Key(FreeKey());
-  Append(system->XMLNode(), system->Key());
-  system->ListedIn(list_);
-  list_->Renumber("INDEX");
+  const xml::Node element = system->XMLNode();
+  Append(element, system->Key());
+  RenumberFrom(element);
 }
 
 Variant clsSystems::Invoke(std::string_view member, const Args& args) {
