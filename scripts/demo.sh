@@ -27,6 +27,24 @@ echo "== corvale loggers examples/sample_loggers.xml"
 echo "== corvale loggers examples/sample_loggers.xml CV100P"
 "$corvale" loggers examples/sample_loggers.xml CV100P
 
+echo "== corvale templates examples/sample_templates.xml"
+"$corvale" templates examples/sample_templates.xml
+
+echo "== corvale templates examples/sample_templates.xml TEMPLATE_1"
+"$corvale" templates examples/sample_templates.xml TEMPLATE_1
+
+echo "== corvale systems examples/sample_systems.xml"
+"$corvale" systems examples/sample_systems.xml
+
+echo "== corvale systems examples/sample_systems.xml SYSTEM_1 --json"
+"$corvale" systems examples/sample_systems.xml SYSTEM_1 --json
+
+echo "== corvale scale --output-type mA --out-min 4 --out-max 20 --load 124 --sens-min 0 --sens-max 10"
+"$corvale" scale --output-type mA --out-min 4 --out-max 20 --load 124 --sens-min 0 --sens-max 10
+
+echo "== corvale scale --mode mult-offset --mult 0.5 --offset 12 --cal-mult 1.02 --cal-offset -0.1"
+"$corvale" scale --mode mult-offset --mult 0.5 --offset 12 --cal-mult 1.02 --cal-offset -0.1
+
 # The merge changes its target, so it works on a copy; the bundled examples stay as they are.
 scratch=$(mktemp -d)
 trap 'rm -rf "$scratch"' EXIT
