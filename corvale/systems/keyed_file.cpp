@@ -41,7 +41,9 @@ bool KeyedFile::Load(const std::string& fileName) {
     document_.appendChild(root);
   }
   Bind(root);
-  if (parsed) file_ = fileName;
+  // After a failed load the set is empty: forgetting the file keeps a later Save() from
+  // writing that empty set over the file loaded before.
+  file_ = parsed ? fileName : std::string();
   return parsed;
 }
 

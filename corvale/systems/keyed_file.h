@@ -42,7 +42,7 @@ class KeyedFile : public FileDocument, protected BoundCollection<KeyedElement> {
 
   // Loads the file into a new document and lists the children of its root, creating and
   // appending the root when the document has none. False, with ParseError() telling why, when
-  // the file does not parse: the set is then empty and File() is not remembered, so that a
+  // the file does not parse: the set is then empty and File() is forgotten, so that a
   // Save without a file name cannot write an empty set over it. A document whose root element
   // has another name raises 5 and leaves the set as it was.
   bool Load(const std::string& fileName);

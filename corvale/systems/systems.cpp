@@ -37,7 +37,15 @@ void clsSystems::Add(const SystemPtr& system) {
   if (system->Key().empty()) system->Key(FreeKey());
   const xml::Node element = system->XMLNode();
   Append(element, system->Key());
-  RenumberFrom(element);
+  const bool moved = moved_ > 0 && moved_ <= Count();
+  RenumberFrom(moved ? BoundCollection::Item(moved_)->XMLNode() : element);
+  moved_ = 0;
+}
+
+void clsSystems::Remove(const corvale::Index& index) {
+  const int16_t position = PositionOf(index);
+  KeyedFile::Remove(position);
+  if (moved_ == 0 || position < moved_) moved_ = position;
 }
 
 Variant clsSystems::Invoke(std::string_view member, const Args& args) {

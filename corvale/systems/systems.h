@@ -29,8 +29,13 @@ class clsSystems : public Object, public KeyedFile {
   // appended to the root and every system's INDEX becomes its 1-based position (only those
   // whose position may have moved since the last Add are rewritten).
   void Add(const SystemPtr& system);
+  // Removes the system at a position or with a key; INDEX is put right by the next Add.
+  void Remove(const corvale::Index& index) override;
 
   Variant Invoke(std::string_view member, const Args& args = {}) override;
+
+ private:
+  int16_t moved_ = 0;  // the first position a removal has moved since the last renumbering
 };
 
 }  // namespace corvale
