@@ -1,7 +1,7 @@
 // corvale systems FILE [KEY] [--json]: the systems of a systems file, or one of them in full
 // with its instruments and the logger channels each logs.
-#include <iostream>
 #include <nlohmann/json.hpp>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -44,33 +44,26 @@ ordered_json Full(const clsSystem& system) {
 }  // namespace
 
 int RunSystems(const std::vector<std::string>& arguments) {
-  std::vector<std::string> args = arguments;
-  const bool json = TakeFlag(args, "--json");
-  RejectUnknownOptions(args);
-  if (args.empty()) throw UsageError("no FILE given");
-  if (args.size() > 2) throw UsageError("too many arguments");
-
-  const std::string& path = args[0];
   clsSystems systems;
-  if (!LoadKeyedFile(path, systems, "SYSTEMS")) return kExitFailure;
-  if (args.size() == 2) {
-    const SystemPtr system = systems.Item(args[1]);
-    if (!system) {
-      std::cerr << path << ": no system with the key \"" << args[1] << "\"\n";
-      return kExitFailure;
+  KeyedFileCommand command{.root = "SYSTEMS", .itemWord = "system", .listName = "systems"};
+  command.show = [&](const std::string& key) -> std::optional<ordered_json> {
+    const SystemPtr system = systems.Item(key);
+    if (!system) return std::nullopt;
+    return Full(*system);
+  };
+  command.list = [&] {
+    ordered_json list = ordered_json::array();
+    for (int16_t i = 1; i <= systems.Count(); ++i) {
+      const SystemPtr system = systems.Item(i);
+      list.push_back({{"key", system->Key()},
+                      {"name", system->Name()},
+                      {"logger", system->Logger()},
+                      {"codeTemplate", system->CodeTemplate()},
+                      {"instruments", system->Instruments()->Count()}});
     }
-    return PrintModel(Full(*system), json);
-  }
-  ordered_json list = ordered_json::array();
-  for (int16_t i = 1; i <= systems.Count(); ++i) {
-    const SystemPtr system = systems.Item(i);
-    list.push_back({{"key", system->Key()},
-                    {"name", system->Name()},
-                    {"logger", system->Logger()},
-                    {"codeTemplate", system->CodeTemplate()},
-                    {"instruments", system->Instruments()->Count()}});
-  }
-  return PrintModel({{"file", path}, {"source", systems.Source()}, {"systems", list}}, json);
+    return list;
+  };
+  return RunKeyedFileCommand(arguments, systems, command);
 }
 
 }  // namespace corvale::cli

@@ -55,14 +55,36 @@ std::string ItemLine(const ordered_json& item) {
 
 }  // namespace
 
-bool LoadKeyedFile(const std::string& path, KeyedFile& file, std::string_view root) {
+int RunKeyedFileCommand(const std::vector<std::string>& arguments, KeyedFile& file,
+                        const KeyedFileCommand& command) {
+  std::vector<std::string> args = arguments;
+  const bool json = TakeFlag(args, "--json");
+  RejectUnknownOptions(args);
+  if (args.empty()) throw UsageError("no FILE given");
+  if (args.size() > 2) throw UsageError("too many arguments");
+
+  const std::string& path = args[0];
+  bool loaded = false;
   try {
-    if (file.Load(path)) return true;
+    loaded = file.Load(path);
   } catch (const Error&) {
     // Another root: said below, as for every other document.
   }
-  ReportLoadFailure(path, file.ParseError(), root);
-  return false;
+  if (!loaded) {
+    ReportLoadFailure(path, file.ParseError(), command.root);
+    return kExitFailure;
+  }
+  if (args.size() == 2) {
+    const std::optional<ordered_json> item = command.show(args[1]);
+    if (!item) {
+      std::cerr << path << ": no " << command.itemWord << " with the key \"" << args[1] << "\"\n";
+      return kExitFailure;
+    }
+    return PrintModel(*item, json);
+  }
+  return PrintModel(
+      {{"file", path}, {"source", file.Source()}, {std::string(command.listName), command.list()}},
+      json);
 }
 
 ordered_json InstrumentsJson(const clsSystemInstruments& instruments) {

@@ -2,19 +2,31 @@
 // lists a template or system carries, and the text layout of a JSON model.
 #pragma once
 
+#include <functional>
 #include <nlohmann/json.hpp>
+#include <optional>
 #include <ostream>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "corvale/systems/keyed_file.h"
 #include "corvale/systems/system_instruments.h"
 
 namespace corvale::cli {
 
-// Loads a template or systems file; false (with the reason on standard error) when it does
-// not load or holds another root.
-bool LoadKeyedFile(const std::string& path, KeyedFile& file, std::string_view root);
+// The templates and systems commands: FILE [KEY] [--json]. Loads the file (a failure is
+// reported, status 1), then prints show(KEY), or list() under "file" and "source" as
+// `listName`; show gives nothing for a key the file does not hold (reported, status 1).
+struct KeyedFileCommand {
+  std::string_view root;      // "TEMPLATES"
+  std::string_view itemWord;  // "template", for messages
+  std::string_view listName;  // "templates"
+  std::function<std::optional<nlohmann::ordered_json>(const std::string& key)> show = {};
+  std::function<nlohmann::ordered_json()> list = {};
+};
+int RunKeyedFileCommand(const std::vector<std::string>& arguments, KeyedFile& file,
+                        const KeyedFileCommand& command);
 
 // [{"key", "tag", "index", "logChannels": [...]}, ...]
 nlohmann::ordered_json InstrumentsJson(const clsSystemInstruments& instruments);

@@ -1,7 +1,7 @@
 // corvale templates FILE [KEY] [--json]: the code templates of a template file, or one of them
 // in full with its resource requests, files, events and instruments.
-#include <iostream>
 #include <nlohmann/json.hpp>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -57,32 +57,25 @@ ordered_json Full(const clsCodeTemplate& codeTemplate) {
 }  // namespace
 
 int RunTemplates(const std::vector<std::string>& arguments) {
-  std::vector<std::string> args = arguments;
-  const bool json = TakeFlag(args, "--json");
-  RejectUnknownOptions(args);
-  if (args.empty()) throw UsageError("no FILE given");
-  if (args.size() > 2) throw UsageError("too many arguments");
-
-  const std::string& path = args[0];
   clsCodeTemplates templates;
-  if (!LoadKeyedFile(path, templates, "TEMPLATES")) return kExitFailure;
-  if (args.size() == 2) {
-    const CodeTemplatePtr codeTemplate = templates.Item(args[1]);
-    if (!codeTemplate) {
-      std::cerr << path << ": no template with the key \"" << args[1] << "\"\n";
-      return kExitFailure;
+  KeyedFileCommand command{.root = "TEMPLATES", .itemWord = "template", .listName = "templates"};
+  command.show = [&](const std::string& key) -> std::optional<ordered_json> {
+    const CodeTemplatePtr codeTemplate = templates.Item(key);
+    if (!codeTemplate) return std::nullopt;
+    return Full(*codeTemplate);
+  };
+  command.list = [&] {
+    ordered_json list = ordered_json::array();
+    for (int16_t i = 1; i <= templates.Count(); ++i) {
+      const CodeTemplatePtr codeTemplate = templates.Item(i);
+      list.push_back({{"key", codeTemplate->Key()},
+                      {"description", codeTemplate->Description()},
+                      {"loggerTypes", codeTemplate->LoggerTypes()},
+                      {"instruments", codeTemplate->Instruments()->Count()}});
     }
-    return PrintModel(Full(*codeTemplate), json);
-  }
-  ordered_json list = ordered_json::array();
-  for (int16_t i = 1; i <= templates.Count(); ++i) {
-    const CodeTemplatePtr codeTemplate = templates.Item(i);
-    list.push_back({{"key", codeTemplate->Key()},
-                    {"description", codeTemplate->Description()},
-                    {"loggerTypes", codeTemplate->LoggerTypes()},
-                    {"instruments", codeTemplate->Instruments()->Count()}});
-  }
-  return PrintModel({{"file", path}, {"source", templates.Source()}, {"templates", list}}, json);
+    return list;
+  };
+  return RunKeyedFileCommand(arguments, templates, command);
 }
 
 }  // namespace corvale::cli

@@ -24,29 +24,8 @@ CodeTemplatePtr clsCodeTemplates::Item(const corvale::Index& index) const {
   return std::make_shared<clsCodeTemplate>(element);
 }
 
-void clsCodeTemplates::Add(const CodeTemplatePtr& codeTemplate) {
-  if (!codeTemplate) throw Error(err::kObjectNotSet);
-  if (codeTemplate->Key().empty()) codeTemplate->Key(FreeKey());
-  Append(codeTemplate->XMLNode(), codeTemplate->Key());
-}
+void clsCodeTemplates::Add(const CodeTemplatePtr& codeTemplate) { AddItem(codeTemplate); }
 
-Variant clsCodeTemplates::Invoke(std::string_view member, const Args& args) {
-  using T = clsCodeTemplates;
-  using M = MemberTable<T>;
-  static const M::Member item = M::WithIndex(&T::Item);
-  static const M members = {
-      {"Item", item},
-      {"", item},
-      {"LibraryItem", M::WithIndex(&T::LibraryItem)},
-      {"Add",
-       [](T& self, const Args& a) -> Variant {
-         ExpectArgs(a, 1);
-         self.Add(VariantAs<CodeTemplatePtr>(a[0]));
-         return {};
-       }},
-  };
-  if (const M::Member* own = members.Find(member)) return (*own)(*this, args);
-  return InvokeFileMember(member, args);
-}
+void clsCodeTemplates::AddObject(const Variant& item) { Add(VariantAs<CodeTemplatePtr>(item)); }
 
 }  // namespace corvale

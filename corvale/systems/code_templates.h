@@ -34,7 +34,16 @@ class clsCodeTemplates : public Object, public KeyedFile {
   // and hosts rely on both names, so the names stay as they are.
   void Add(const CodeTemplatePtr& codeTemplate);
 
-  Variant Invoke(std::string_view member, const Args& args = {}) override;
+  Variant Invoke(std::string_view member, const Args& args = {}) override {
+    return InvokeFileMember(member, args);
+  }
+
+ private:
+  ObjectPtr ItemObject(const corvale::Index& index) const override { return Item(index); }
+  ObjectPtr LibraryItemObject(const corvale::Index& index) const override {
+    return LibraryItem(index);
+  }
+  void AddObject(const Variant& item) override;
 };
 
 }  // namespace corvale

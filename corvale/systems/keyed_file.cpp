@@ -86,8 +86,25 @@ Variant KeyedFile::InvokeFileMember(std::string_view member, const Args& args) {
   using T = KeyedFile;
   using M = MemberTable<T>;
   // Count, Remove and Clear come from the protected collection base, reached from here.
+  static const M::Member item = [](T& self, const Args& a) -> Variant {
+    ExpectArgs(a, 1);
+    return self.ItemObject(IndexArg(a[0]));
+  };
   static const M members = {
       {"Source", M::Property(&T::Source, &T::Source)},
+      {"Item", item},
+      {"", item},
+      {"LibraryItem",
+       [](T& self, const Args& a) -> Variant {
+         ExpectArgs(a, 1);
+         return self.LibraryItemObject(IndexArg(a[0]));
+       }},
+      {"Add",
+       [](T& self, const Args& a) -> Variant {
+         ExpectArgs(a, 1);
+         self.AddObject(a[0]);
+         return {};
+       }},
       {"Count",
        [](T& self, const Args& a) -> Variant {
          ExpectArgs(a, 0);

@@ -13,6 +13,7 @@
 #include "corvale/binding/bound_collection.h"
 #include "corvale/binding/file_document.h"
 #include "corvale/binding/keyed_element.h"
+#include "corvale/core/error.h"
 #include "corvale/core/index.h"
 #include "corvale/core/object.h"
 #include "corvale/xml/xml.h"
@@ -66,9 +67,24 @@ class KeyedFile : public FileDocument, protected BoundCollection<KeyedElement> {
   // Appends an element whose key is `key` to the root, listing it when it has the child name;
   // raises the shape's duplicate-key error, adding nothing, when a listed child holds the key.
   void Append(const xml::Node& element, const std::string& key);
+  // Gives an item without a key the first free generated key, then appends its element as
+  // Append does; returns the element.
+  template <class T>
+  xml::Node AddItem(const std::shared_ptr<T>& item) {
+    if (!item) throw Error(err::kObjectNotSet);
+    if (item->Key().empty()) item->Key(FreeKey());
+    const xml::Node element = item->XMLNode();
+    Append(element, item->Key());
+    return element;
+  }
 
-  // The late-bound members that both files have: Source, Count, Remove, Clear, Load, Save.
-  // Raises 438 for any other name.
+  // What Item, LibraryItem and Add of each file hand out and take, for late binding.
+  virtual ObjectPtr ItemObject(const corvale::Index& index) const = 0;
+  virtual ObjectPtr LibraryItemObject(const corvale::Index& index) const = 0;
+  virtual void AddObject(const Variant& item) = 0;
+
+  // The late-bound members of both files: Source, Count, Item (also the default member),
+  // LibraryItem, Add, Remove, Clear, Load, Save. Raises 438 for any other name.
   Variant InvokeFileMember(std::string_view member, const Args& args);
 
  private:

@@ -33,10 +33,7 @@ SystemPtr clsSystems::LibraryItem(const corvale::Index& index) const {
 }
 
 void clsSystems::Add(const SystemPtr& system) {
-  if (!system) throw Error(err::kObjectNotSet);
-  if (system->Key().empty()) system->Key(FreeKey());
-  const xml::Node element = system->XMLNode();
-  Append(element, system->Key());
+  const xml::Node element = AddItem(system);
   const bool moved = moved_ > 0 && moved_ <= Count();
   RenumberFrom(moved ? BoundCollection::Item(moved_)->XMLNode() : element);
   moved_ = 0;
@@ -48,23 +45,6 @@ void clsSystems::Remove(const corvale::Index& index) {
   if (moved_ == 0 || position < moved_) moved_ = position;
 }
 
-Variant clsSystems::Invoke(std::string_view member, const Args& args) {
-  using T = clsSystems;
-  using M = MemberTable<T>;
-  static const M::Member item = M::WithIndex(&T::Item);
-  static const M members = {
-      {"Item", item},
-      {"", item},
-      {"LibraryItem", M::WithIndex(&T::LibraryItem)},
-      {"Add",
-       [](T& self, const Args& a) -> Variant {
-         ExpectArgs(a, 1);
-         self.Add(VariantAs<SystemPtr>(a[0]));
-         return {};
-       }},
-  };
-  if (const M::Member* own = members.Find(member)) return (*own)(*this, args);
-  return InvokeFileMember(member, args);
-}
+void clsSystems::AddObject(const Variant& item) { Add(VariantAs<SystemPtr>(item)); }
 
 }  // namespace corvale

@@ -32,9 +32,17 @@ class clsSystems : public Object, public KeyedFile {
   // Removes the system at a position or with a key; INDEX is put right by the next Add.
   void Remove(const corvale::Index& index) override;
 
-  Variant Invoke(std::string_view member, const Args& args = {}) override;
+  Variant Invoke(std::string_view member, const Args& args = {}) override {
+    return InvokeFileMember(member, args);
+  }
 
  private:
+  ObjectPtr ItemObject(const corvale::Index& index) const override { return Item(index); }
+  ObjectPtr LibraryItemObject(const corvale::Index& index) const override {
+    return LibraryItem(index);
+  }
+  void AddObject(const Variant& item) override;
+
   int16_t moved_ = 0;  // the first position a removal has moved since the last renumbering
 };
 
