@@ -38,7 +38,9 @@ TEST(InstrumentCommand, ListsEveryInstrumentOfTheSampleLibraryOnOneLine) {
             "RG200 \"Tipping-bucket rain gauge\" family=Meteorology version=1 "
             "base=Corvale2.clsStdInstrument channels=1 events=0 outputs=0\n"
             "RLY01 \"Alarm relay\" family=Control version=1.5 "
-            "base=Corvale2.clsStdInstrument channels=1 events=1 outputs=1\n");
+            "base=Corvale2.clsStdInstrument channels=1 events=1 outputs=1\n"
+            "LVL420 \"Water level sensor 4-20 mA, scaled\" family=Hydrology version=1 "
+            "base=Corvale2.clsStdInstrument channels=1 events=0 outputs=0\n");
   EXPECT_EQ(ReadFile(kSample), before) << "listing never writes the document";
 }
 
