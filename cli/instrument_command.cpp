@@ -40,26 +40,15 @@ std::vector<xml::Node> FindInstruments(const xml::Node& root) {
   return found;
 }
 
-// One instrument read into JSON; nothing, with the file, the instrument and the part that
-// broke reported, when the model cannot read it. The standard instrument is a view of the
-// element whatever its BASECLASS says: the command shows what the document holds, and classes
-// named there need not exist in this program.
+// The standard instrument is a view of the element whatever its BASECLASS says: the command
+// shows what the document holds, and classes named there need not exist in this program.
 std::optional<ordered_json> Read(Report& report, const std::string& file, const xml::Node& element,
                                  size_t position, bool full) {
-  std::string where;
-  try {
+  return ReadInstrument(report, file, element, position, [&](std::string& where) {
     clsStdInstrument instrument;
     instrument.XMLNode(element);
     return full ? InstrumentDetails(instrument, where) : InstrumentSummary(instrument, where);
-  } catch (const Error& error) {
-    const std::string catCode = GetNodeText(element, "CATCODE", "");
-    std::string name = "instrument " + std::to_string(position);
-    if (!catCode.empty()) name = "instrument " + catCode + " (" + std::to_string(position) + ")";
-    report.Problem(
-        Printable(file) + ": " + name + (where.empty() ? "" : ", " + where), error,
-        {{"file", file}, {"instrument", catCode}, {"position", position}, {"element", where}});
-    return std::nullopt;
-  }
+  });
 }
 
 void PrintList(std::ostream& out, const ordered_json& content) {

@@ -3,11 +3,13 @@
 #include <chrono>
 #include <cmath>
 #include <cstdio>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <utility>
 #include <vector>
 
+#include "corvale/binding/node_access.h"
 #include "corvale/core/convert.h"
 #include "corvale/instruments/buddy_instruments.h"
 #include "corvale/instruments/cdt_settings.h"
@@ -52,64 +54,93 @@ std::string Item(std::string_view element, int position, const std::string& key)
   return std::string(element) + " " + IntegerText(position) + (key.empty() ? "" : " (" + key + ")");
 }
 
+// Reads properties, keeping in `where` the part and the element being read, so that a value the
+// model cannot convert is reported where it stands. Braced lists evaluate in order, so the
+// reads of one object may stand in one list.
+class Reader {
+ public:
+  Reader(std::string& where, std::string part) : where_(where), part_(std::move(part)) {
+    where_ = part_;
+  }
+  template <class Get>
+  auto operator()(std::string_view element, Get get) {
+    where_ = (part_.empty() ? "" : part_ + ", ") + std::string(element);
+    auto value = get();
+    where_ = part_;
+    return value;
+  }
+
+ private:
+  std::string& where_;
+  std::string part_;
+};
+
+template <class Collection>
+int CountOf(const std::shared_ptr<Collection>& collection) {
+  return collection ? collection->Count() : 0;
+}
+
 ordered_json Channels(IInstrument& instrument, std::string& where) {
   ordered_json list = ordered_json::array();
+  where = "channels";
   auto channels = instrument.Channels();
-  const int count = channels ? channels->Count() : 0;
-  for (int i = 1; i <= count; ++i) {
+  for (int i = 1, count = CountOf(channels); i <= count; ++i) {
     where = Item("channel", i, "");
     auto channel = channels->Item(i);
-    where = Item("channel", i, channel->Key());
-    auto settings = channel->CDTSettings();
-    list.push_back({{"key", channel->Key()},
-                    {"label", channel->Label()},
-                    {"channelType", channel->ChannelType()},
-                    {"channelTypeName", ChannelTypeName(channel->ChannelType())},
-                    {"inputDataType", channel->InputDataType()},
-                    {"dataTypeName", DataTypeName(channel->InputDataType())},
-                    {"numberBytes", channel->NumberBytes()},
-                    {"enabled", channel->Enabled()},
-                    {"virtual", channel->Virtual()},
-                    {"units", channel->Units()},
-                    {"minimum", channel->Minimum()},
-                    {"maximum", channel->Maximum()},
-                    {"multiplier", channel->Multiplier()},
-                    {"offset", channel->Offset()},
-                    {"logMask", channel->LogMask()},
-                    {"alias", channel->Alias()},
-                    {"format", channel->Format()},
-                    {"formula", channel->Formula()},
-                    {"baseAddress", channel->BaseAddress()},
-                    {"loggerChannel", channel->LoggerChannel()},
-                    {"window", channel->Window()},
-                    {"cdtSettings", settings ? settings->Count() : 0},
-                    {"inpCode", channel->INPCode()}});
+    Reader read(where, Item("channel", i, channel->Key()));
+    const int32_t channelType = read("CHANNELTYPE", [&] { return channel->ChannelType(); });
+    const int32_t dataType = read("INPUTDATATYPE", [&] { return channel->InputDataType(); });
+    list.push_back(
+        {{"key", channel->Key()},
+         {"label", channel->Label()},
+         {"channelType", channelType},
+         {"channelTypeName", ChannelTypeName(channelType)},
+         {"inputDataType", dataType},
+         {"dataTypeName", DataTypeName(dataType)},
+         {"numberBytes", read("NUMBERBYTES", [&] { return channel->NumberBytes(); })},
+         {"enabled", read("ENABLED", [&] { return channel->Enabled(); })},
+         {"virtual", read("VIRTUAL", [&] { return channel->Virtual(); })},
+         {"units", channel->Units()},
+         {"minimum", read("MINIMUM", [&] { return channel->Minimum(); })},
+         {"maximum", read("MAXIMUM", [&] { return channel->Maximum(); })},
+         {"multiplier", read("MULTIPLIER", [&] { return channel->Multiplier(); })},
+         {"offset", read("OFFSET", [&] { return channel->Offset(); })},
+         {"logMask", read("LOGMASK", [&] { return channel->LogMask(); })},
+         {"alias", channel->Alias()},
+         {"format", channel->Format()},
+         {"formula", channel->Formula()},
+         {"baseAddress", channel->BaseAddress()},
+         {"loggerChannel", channel->LoggerChannel()},
+         {"window", channel->Window()},
+         {"cdtSettings", read("CDTSETTINGS", [&] { return CountOf(channel->CDTSettings()); })},
+         {"inpCode", channel->INPCode()}});
   }
   return list;
 }
 
 ordered_json Events(IInstrument& instrument, std::string& where) {
   ordered_json list = ordered_json::array();
+  where = "events";
   auto events = instrument.Events();
-  const int count = events ? events->Count() : 0;
-  for (int i = 1; i <= count; ++i) {
+  for (int i = 1, count = CountOf(events); i <= count; ++i) {
     where = Item("event", i, "");
     auto event = events->Item(i);
-    where = Item("event", i, event->Key());
+    Reader read(where, Item("event", i, event->Key()));
+    const int32_t id = read("ID", [&] { return event->ID(); });
     list.push_back({{"key", event->Key()},
                     {"name", event->Name()},
-                    {"id", event->ID()},
-                    {"condition", ConditionText(event->ID())},
+                    {"id", id},
+                    {"condition", ConditionText(id)},
                     {"chanA", event->ChanA()},
-                    {"chanAType", event->ChanAType()},
+                    {"chanAType", read("CHANATYPE", [&] { return event->ChanAType(); })},
                     {"chanB", event->ChanB()},
-                    {"chanBType", event->ChanBType()},
+                    {"chanBType", read("CHANBTYPE", [&] { return event->ChanBType(); })},
                     {"chanC", event->ChanC()},
-                    {"chanCType", event->ChanCType()},
-                    {"enabled", event->Enabled()},
+                    {"chanCType", read("CHANCTYPE", [&] { return event->ChanCType(); })},
+                    {"enabled", read("ENABLED", [&] { return event->Enabled(); })},
                     {"outputChannel", event->OutputChannel()},
                     {"logToBuffer", event->LogToBuffer()},
-                    {"loadToScheme", event->LoadToScheme()},
+                    {"loadToScheme", read("LOADTOSCHEME", [&] { return event->LoadToScheme(); })},
                     {"description", event->Description()},
                     {"trueCode", event->TrueCode()},
                     {"falseCode", event->FalseCode()}});
@@ -119,18 +150,18 @@ ordered_json Events(IInstrument& instrument, std::string& where) {
 
 ordered_json Outputs(IInstrument& instrument, std::string& where) {
   ordered_json list = ordered_json::array();
+  where = "outputs";
   auto outputs = instrument.Outputs();
-  const int count = outputs ? outputs->Count() : 0;
-  for (int i = 1; i <= count; ++i) {
+  for (int i = 1, count = CountOf(outputs); i <= count; ++i) {
     where = Item("output", i, "");
     auto output = outputs->Item(i);
-    where = Item("output", i, output->Key());
-    auto resources = output->Resources();
+    Reader read(where, Item("output", i, output->Key()));
+    auto resources = read("RESOURCES", [&] { return output->Resources(); });
     list.push_back({{"key", output->Key()},
                     {"name", output->Name()},
                     {"loggerChannel", output->LoggerChannel()},
                     {"resourceRequests", resources ? ordered_json(resources->Count()) : nullptr},
-                    {"loadToScheme", output->LoadToScheme()},
+                    {"loadToScheme", read("LOADTOSCHEME", [&] { return output->LoadToScheme(); })},
                     {"description", output->Description()},
                     {"trueCode", output->TrueCode()},
                     {"falseCode", output->FalseCode()}});
@@ -140,9 +171,9 @@ ordered_json Outputs(IInstrument& instrument, std::string& where) {
 
 ordered_json CDTSettings(IInstrument& instrument, std::string& where) {
   ordered_json list = ordered_json::array();
+  where = "CDT settings";
   auto settings = instrument.CDTSettings();
-  const int count = settings ? settings->Count() : 0;
-  for (int i = 1; i <= count; ++i) {
+  for (int i = 1, count = CountOf(settings); i <= count; ++i) {
     where = Item("CDT setting", i, "");
     auto setting = settings->Item(i);
     list.push_back({{"key", setting->Key()},
@@ -155,15 +186,16 @@ ordered_json CDTSettings(IInstrument& instrument, std::string& where) {
 
 ordered_json Files(IInstrument& instrument, std::string& where) {
   ordered_json list = ordered_json::array();
+  where = "files";
   auto files = instrument.Files();
-  const int count = files ? files->Count() : 0;
-  for (int i = 1; i <= count; ++i) {
+  for (int i = 1, count = CountOf(files); i <= count; ++i) {
     where = Item("file", i, "");
     auto file = files->Item(i);
+    Reader read(where, Item("file", i, ""));
     list.push_back({{"file", file->File()},
                     {"family", file->Family()},
-                    {"version", SingleNumber(file->Version())},
-                    {"date", DateText(file->FileDate())}});
+                    {"version", read("VERSION", [&] { return SingleNumber(file->Version()); })},
+                    {"date", read("FILEDATE", [&] { return DateText(file->FileDate()); })}});
   }
   return list;
 }
@@ -172,22 +204,23 @@ ordered_json Buddies(IInstrument& instrument, std::string& where) {
   ordered_json list = ordered_json::array();
   where = "buddies";
   auto buddies = instrument.Buddies();
-  const int count = buddies ? buddies->Count() : 0;
-  for (int i = 1; i <= count; ++i) list.push_back(buddies->Item(i));
+  for (int i = 1, count = CountOf(buddies); i <= count; ++i) list.push_back(buddies->Item(i));
   return list;
 }
 
 ordered_json Requests(IInstrument& instrument, std::string& where) {
   ordered_json list = ordered_json::array();
+  where = "resource requests";
   auto requests = instrument.Resources();
-  const int count = requests ? requests->Count() : 0;
-  for (int i = 1; i <= count; ++i) {
+  for (int i = 1, count = CountOf(requests); i <= count; ++i) {
     where = Item("resource request", i, "");
     auto request = requests->Item(i);
+    Reader read(where, Item("resource request", i, request->Key()));
+    const int32_t lock = read("LOCK", [&] { return request->Locked(); });
     list.push_back({{"key", request->Key()},
                     {"resource", request->Resource()},
-                    {"lock", request->Locked()},
-                    {"lockCaption", LockModeCaption(request->Locked())}});
+                    {"lock", lock},
+                    {"lockCaption", LockModeCaption(lock)}});
   }
   return list;
 }
@@ -305,45 +338,38 @@ void PrintOutputs(std::ostream& out, const ordered_json& outputs) {
 }  // namespace
 
 ordered_json InstrumentSummary(IInstrument& instrument, std::string& where) {
-  where = "";
-  ordered_json summary = {{"catCode", instrument.CatCode()},
-                          {"name", instrument.Name()},
-                          {"family", instrument.Family()},
-                          {"version", SingleNumber(instrument.Version())},
-                          {"baseClass", EffectiveBaseClass(instrument.BaseClass())}};
-  where = "channels";
-  auto channels = instrument.Channels();
-  summary["channels"] = channels ? channels->Count() : 0;
-  where = "events";
-  auto events = instrument.Events();
-  summary["events"] = events ? events->Count() : 0;
-  where = "outputs";
-  auto outputs = instrument.Outputs();
-  summary["outputs"] = outputs ? outputs->Count() : 0;
-  where = "";
-  return summary;
+  Reader read(where, "");
+  return {{"catCode", instrument.CatCode()},
+          {"name", instrument.Name()},
+          {"family", instrument.Family()},
+          {"version", read("VERSION", [&] { return SingleNumber(instrument.Version()); })},
+          {"baseClass", EffectiveBaseClass(instrument.BaseClass())},
+          {"channels", read("CHANNELS", [&] { return CountOf(instrument.Channels()); })},
+          {"events", read("EVENTS", [&] { return CountOf(instrument.Events()); })},
+          {"outputs", read("OUTPUTS", [&] { return CountOf(instrument.Outputs()); })}};
 }
 
 ordered_json InstrumentDetails(IInstrument& instrument, std::string& where) {
-  where = "";
-  ordered_json details = {{"catCode", instrument.CatCode()},
-                          {"name", instrument.Name()},
-                          {"description", instrument.Description()},
-                          {"family", instrument.Family()},
-                          {"keywords", instrument.Keywords()},
-                          {"version", SingleNumber(instrument.Version())},
-                          {"baseClass", EffectiveBaseClass(instrument.BaseClass())},
-                          {"loaderClass", instrument.LoaderClass()},
-                          {"setupForm", instrument.SetupForm()},
-                          {"loggerTypes", instrument.LoggerTypes()},
-                          {"minimumBuildRevision", instrument.MinimumBuildRevision()},
-                          {"singleUse", instrument.SingleUse()},
-                          {"readOnly", instrument.ReadOnly()},
-                          {"visible", instrument.Visible()},
-                          {"key", instrument.Key()},
-                          {"source", instrument.Source()},
-                          {"iconSource", instrument.IconSource()},
-                          {"tag", instrument.Tag()}};
+  Reader read(where, "");
+  ordered_json details = {
+      {"catCode", instrument.CatCode()},
+      {"name", instrument.Name()},
+      {"description", instrument.Description()},
+      {"family", instrument.Family()},
+      {"keywords", instrument.Keywords()},
+      {"version", read("VERSION", [&] { return SingleNumber(instrument.Version()); })},
+      {"baseClass", EffectiveBaseClass(instrument.BaseClass())},
+      {"loaderClass", instrument.LoaderClass()},
+      {"setupForm", instrument.SetupForm()},
+      {"loggerTypes", read("LOGGERTYPES", [&] { return instrument.LoggerTypes(); })},
+      {"minimumBuildRevision", instrument.MinimumBuildRevision()},
+      {"singleUse", read("SINGLEUSE", [&] { return instrument.SingleUse(); })},
+      {"readOnly", read("READONLY", [&] { return instrument.ReadOnly(); })},
+      {"visible", read("VISIBLE", [&] { return instrument.Visible(); })},
+      {"key", instrument.Key()},
+      {"source", instrument.Source()},
+      {"iconSource", instrument.IconSource()},
+      {"tag", instrument.Tag()}};
   details["channels"] = Channels(instrument, where);
   details["events"] = Events(instrument, where);
   details["outputs"] = Outputs(instrument, where);
@@ -351,10 +377,27 @@ ordered_json InstrumentDetails(IInstrument& instrument, std::string& where) {
   details["files"] = Files(instrument, where);
   details["buddies"] = Buddies(instrument, where);
   details["resources"] = Requests(instrument, where);
-  where = "program text";
+  where = "INPCODE";
   details["inpCode"] = instrument.INPCode();
   where = "";
   return details;
+}
+
+std::optional<ordered_json> ReadInstrument(
+    Report& report, const std::string& file, const xml::Node& element, size_t position,
+    const std::function<ordered_json(std::string& where)>& read) {
+  std::string where;
+  try {
+    return read(where);
+  } catch (const Error& error) {
+    const std::string catCode = GetNodeText(element, "CATCODE", "");
+    report.Problem(
+        Printable(file) + ": " + Item("instrument", static_cast<int>(position), catCode) +
+            (where.empty() ? "" : ", " + where),
+        error,
+        {{"file", file}, {"instrument", catCode}, {"position", position}, {"element", where}});
+    return std::nullopt;
+  }
 }
 
 void PrintInstrumentSummary(std::ostream& out, const ordered_json& summary) {

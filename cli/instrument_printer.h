@@ -3,11 +3,15 @@
 // out. Reading touches the instrument only in memory: defaults it materialises are not saved.
 #pragma once
 
+#include <cstddef>
+#include <functional>
+#include <optional>
 #include <ostream>
 #include <string>
 
 #include "cli/report.h"
 #include "corvale/instruments/instrument.h"
+#include "corvale/xml/xml.h"
 
 namespace corvale::cli {
 
@@ -17,6 +21,13 @@ ordered_json InstrumentSummary(IInstrument& instrument, std::string& where);
 // Properties, channels, events, outputs, CDT settings, files, buddies, resource requests and
 // the program text.
 ordered_json InstrumentDetails(IInstrument& instrument, std::string& where);
+
+// Reads the instrument of `element` (at `position` in its file) with `read`, which is handed
+// InstrumentSummary's or InstrumentDetails' `where`. Nothing, with the file, the instrument's
+// position and catalogue code and the part being read reported, when the model cannot read it.
+std::optional<ordered_json> ReadInstrument(
+    Report& report, const std::string& file, const xml::Node& element, size_t position,
+    const std::function<ordered_json(std::string& where)>& read);
 
 // CATCODE "Name" family=... version=... base=... channels=n events=n outputs=n
 void PrintInstrumentSummary(std::ostream& out, const ordered_json& summary);

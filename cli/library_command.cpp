@@ -32,29 +32,11 @@ void PrintStartupList(std::ostream& out, const ordered_json& content) {
   for (const auto& entry : content["libraries"]) out << Text(entry) << "\n";
 }
 
-// One instrument of the library read into JSON; nothing, with the file, the instrument and the
-// part that broke reported, when the model cannot read it.
-std::optional<ordered_json> Read(Report& report, const std::string& path, XMLInstruments& library,
-                                 const Index& index, bool full) {
-  std::string where;
-  try {
-    InstrumentPtr instrument = library.Item(index);
-    if (!instrument) return ordered_json();
-    return full ? InstrumentDetails(*instrument, where) : InstrumentSummary(*instrument, where);
-  } catch (const Error& error) {
-    std::string catCode = index.IsPosition() ? "" : index.Key();
-    std::string name = "instrument " + catCode;
-    if (index.IsPosition()) {
-      const auto elements = library.XMLNode().selectNodes("INSTRUMENT");
-      const auto position = static_cast<size_t>(index.Position());
-      if (position <= elements.size()) catCode = GetNodeText(elements[position - 1], "CATCODE", "");
-      name =
-          "instrument " + std::to_string(position) + (catCode.empty() ? "" : " (" + catCode + ")");
-    }
-    report.Problem(Printable(path) + ": " + name + (where.empty() ? "" : ", " + where), error,
-                   {{"file", path}, {"instrument", catCode}, {"element", where}});
-    return std::nullopt;
-  }
+// The instrument as the library hands it out (its class named by BASECLASS), read into JSON.
+ordered_json ReadItem(XMLInstruments& library, const Index& index, bool full, std::string& where) {
+  InstrumentPtr instrument = library.Item(index);
+  if (!instrument) return nullptr;
+  return full ? InstrumentDetails(*instrument, where) : InstrumentSummary(*instrument, where);
 }
 
 void PrintList(std::ostream& out, const ordered_json& content) {
@@ -79,19 +61,34 @@ int List(Report& report, const std::string& path, XMLInstruments& library) {
                           {"description", library.Description()},
                           {"count", count}};
   ordered_json& list = content["instruments"] = ordered_json::array();
+  const std::vector<xml::Node> elements = library.XMLNode().selectNodes("INSTRUMENT");
   // Beyond 32,767 the model cannot reach an instrument by its position.
   const auto reachable = static_cast<int16_t>(std::min<size_t>(count, INT16_MAX));
   for (int16_t i = 1; i <= reachable; ++i) {
-    if (auto instrument = Read(report, path, library, i, false))
-      list.push_back(std::move(*instrument));
+    auto instrument = ReadInstrument(report, path, elements[i - 1], i, [&](std::string& where) {
+      return ReadItem(library, i, false, where);
+    });
+    if (instrument && !instrument->is_null()) list.push_back(std::move(*instrument));
   }
   return report.Finish(std::move(content), PrintList);
 }
 
 int Show(Report& report, const std::string& path, XMLInstruments& library,
          const std::string& catCode) {
-  std::optional<ordered_json> details = Read(report, path, library, catCode, true);
-  if (details && details->is_null()) {
+  // Look-ups by code find the first instrument holding it.
+  const std::vector<xml::Node> elements = library.XMLNode().selectNodes("INSTRUMENT");
+  size_t position = 1;
+  while (position <= elements.size() &&
+         !EqualsNoCase(GetNodeText(elements[position - 1], "CATCODE", ""), catCode))
+    ++position;
+  std::optional<ordered_json> details;
+  if (position <= elements.size()) {
+    details =
+        ReadInstrument(report, path, elements[position - 1], position,
+                       [&](std::string& where) { return ReadItem(library, catCode, true, where); });
+  }
+  if (details && details->is_null()) details.reset();
+  if (position > elements.size() || (!details && !report.Failed())) {
     report.Problem(Printable(path) + ": no instrument with the catalogue code \"" + catCode + "\"",
                    {{"file", path}, {"instrument", catCode}});
   }
