@@ -4,28 +4,23 @@
 //   corvale scale --output-type mA --out-min 4 --out-max 20 --load 124 --sens-min 0
 //                 --sens-max 10 [--cal-mult M --cal-offset O] [--json]
 //   corvale scale --mode mult-offset --mult M [--offset O] [--cal-mult M --cal-offset O]
-#include <iostream>
-#include <nlohmann/json.hpp>
+#include <memory>
 #include <optional>
+#include <ostream>
 #include <string>
-#include <vector>
+#include <string_view>
 
 #include "cli/cli_util.h"
+#include "cli/command.h"
 #include "cli/commands.h"
+#include "cli/report.h"
 #include "corvale/core/convert.h"
 #include "corvale/scaling/scale_calculation.h"
 
 namespace corvale::cli {
 namespace {
 
-std::optional<double> TakeNumber(std::vector<std::string>& args, std::string_view name) {
-  const std::optional<std::string> text = TakeOption(args, name);
-  if (!text) return std::nullopt;
-  if (!IsNumericText(*text)) throw UsageError(std::string(name) + ": not a number: " + *text);
-  return TextToDouble(*text);
-}
-
-double Required(std::optional<double> value, std::string_view name) {
+double Required(const std::optional<double>& value, std::string_view name) {
   if (!value) throw UsageError(std::string(name) + " is required");
   return *value;
 }
@@ -37,56 +32,83 @@ int32_t OutputTypeCode(const std::string& text) {
   throw UsageError("--output-type: mV or mA, not " + text);
 }
 
+// The calculation's message box goes into the report, so that it is said once, in both forms.
+class ScaleHost : public TerminalHost {
+ public:
+  ScaleHost() : TerminalHost(false) {}
+  MsgAnswer MessageBox(std::string_view text, std::string_view, MsgIcon, MsgButtons) override {
+    message = text;
+    return MsgAnswer::OK;
+  }
+  std::string message;
+};
+
+void PrintScale(std::ostream& out, const ordered_json& content) {
+  if (!content["success"].get<bool>()) return;
+  out << "Multiplier: " << Text(content["multiplier"]) << "\n"
+      << "Offset: " << Text(content["offset"]) << "\n";
+}
+
 }  // namespace
 
-int RunScale(const std::vector<std::string>& arguments) {
-  std::vector<std::string> args = arguments;
-  const bool json = TakeFlag(args, "--json");
-  const std::string mode = TakeOption(args, "--mode").value_or("a-to-b");
-  const std::string outputType = TakeOption(args, "--output-type").value_or("mV");
-  const auto outMin = TakeNumber(args, "--out-min");
-  const auto outMax = TakeNumber(args, "--out-max");
-  const auto load = TakeNumber(args, "--load");
-  const auto sensMin = TakeNumber(args, "--sens-min");
-  const auto sensMax = TakeNumber(args, "--sens-max");
-  const auto mult = TakeNumber(args, "--mult");
-  const auto offset = TakeNumber(args, "--offset");
-  const auto calMult = TakeNumber(args, "--cal-mult");
-  const auto calOffset = TakeNumber(args, "--cal-offset");
-  RejectUnknownOptions(args);
-  if (!args.empty()) throw UsageError("unexpected argument " + args.front());
-
+int RunScale(const ScaleOptions& options) {
   ScaleSettings settings;
-  settings.calMultiplier = calMult.value_or(1);
-  settings.calOffset = calOffset.value_or(0);
-  if (EqualsNoCase(mode, "mult-offset")) {
+  settings.calMultiplier = options.calMult;
+  settings.calOffset = options.calOffset;
+  if (EqualsNoCase(options.mode, "mult-offset")) {
     settings.mode = ScaleMode::MultOffset;
-    settings.userMultiplier = Required(mult, "--mult");
-    settings.userOffset = offset.value_or(0);
-  } else if (EqualsNoCase(mode, "a-to-b")) {
-    settings.outputType = OutputTypeCode(outputType);
-    const bool current = settings.outputType == 1;
-    settings.outMin = outMin.value_or(current ? 4 : 0);
-    settings.outMax = outMax.value_or(current ? 20 : 2500);
-    settings.loadResistor = load.value_or(124);
-    settings.sensMin = Required(sensMin, "--sens-min");
-    settings.sensMax = Required(sensMax, "--sens-max");
+    settings.userMultiplier = Required(options.mult, "--mult");
+    settings.userOffset = options.offset.value_or(0);
   } else {
-    throw UsageError("--mode: a-to-b or mult-offset, not " + mode);
+    settings.outputType = OutputTypeCode(options.outputType);
+    const bool current = settings.outputType == 1;
+    settings.outMin = options.outMin.value_or(current ? 4 : 0);
+    settings.outMax = options.outMax.value_or(current ? 20 : 2500);
+    settings.loadResistor = options.load.value_or(124);
+    settings.sensMin = Required(options.sensMin, "--sens-min");
+    settings.sensMax = Required(options.sensMax, "--sens-max");
   }
 
-  // The range message, if any, goes to standard error through the program's message box.
+  auto host = std::make_shared<ScaleHost>();
+  SetHostServices(host);
   const ScaleResult result = CalcMultiplier(settings);
-  if (json) {
-    nlohmann::ordered_json out = {{"success", result.success}};
-    out["multiplier"] = result.success ? nlohmann::ordered_json(result.multiplier) : nullptr;
-    out["offset"] = result.success ? nlohmann::ordered_json(result.offset) : nullptr;
-    std::cout << out.dump(2) << "\n";
-  } else if (result.success) {
-    std::cout << "Multiplier: " << DoubleText(result.multiplier) << "\n"
-              << "Offset: " << DoubleText(result.offset) << "\n";
+  Report report(options.json);
+  if (!result.success) {
+    // One line on standard error: the box's blank line becomes a blank.
+    std::string message = host->message;
+    for (std::string_view breakText : {"\r\n\r\n", "\r\n"}) {
+      for (size_t at; (at = message.find(breakText)) != std::string::npos;)
+        message.replace(at, breakText.size(), " ");
+    }
+    report.Problem(message, {{"text", host->message}});
   }
-  return result.success ? kExitOk : kExitFailure;
+  ordered_json content = {{"success", result.success}};
+  content["multiplier"] = result.success ? ordered_json(result.multiplier) : ordered_json();
+  content["offset"] = result.success ? ordered_json(result.offset) : ordered_json();
+  return report.Finish(content, PrintScale);
+}
+
+void AddScaleCommand(CLI::App& program) {
+  auto options = std::make_shared<ScaleOptions>();
+  CLI::App& command = *program.add_subcommand(
+      "scale",
+      "the multiplier and offset to engineering units for a sensor's output range (or as typed "
+      "in), then calibrated");
+  command.add_option("--mode", options->mode, "a-to-b (from the ranges) or mult-offset")
+      ->check(CLI::IsMember({"a-to-b", "mult-offset"}, CLI::ignore_case));
+  command.add_option("--output-type", options->outputType, "mV (voltage) or mA (current)")
+      ->check(CLI::IsMember({"mV", "mA", "0", "1"}, CLI::ignore_case));
+  command.add_option("--out-min", options->outMin, "the sensor's lowest output");
+  command.add_option("--out-max", options->outMax, "the sensor's highest output");
+  command.add_option("--load", options->load, "the load resistor in ohms, for a current output");
+  command.add_option("--sens-min", options->sensMin, "the quantity at the lowest output");
+  command.add_option("--sens-max", options->sensMax, "the quantity at the highest output");
+  command.add_option("--mult", options->mult, "the multiplier (mult-offset)");
+  command.add_option("--offset", options->offset, "the offset (mult-offset)");
+  command.add_option("--cal-mult", options->calMult, "the calibration multiplier");
+  command.add_option("--cal-offset", options->calOffset, "the calibration offset");
+  AddJsonFlag(command, options->json);
+  OnRun(command, [options] { return RunScale(*options); });
 }
 
 }  // namespace corvale::cli

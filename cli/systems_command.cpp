@@ -1,19 +1,14 @@
 // corvale systems FILE [KEY] [--json]: the systems of a systems file, or one of them in full
 // with its instruments and the logger channels each logs.
-#include <nlohmann/json.hpp>
 #include <optional>
 #include <string>
-#include <vector>
 
-#include "cli/cli_util.h"
 #include "cli/commands.h"
 #include "cli/systems_report.h"
 #include "corvale/systems/systems.h"
 
 namespace corvale::cli {
 namespace {
-
-using nlohmann::ordered_json;
 
 ordered_json Full(const clsSystem& system) {
   ordered_json out = {{"key", system.Key()},
@@ -43,7 +38,7 @@ ordered_json Full(const clsSystem& system) {
 
 }  // namespace
 
-int RunSystems(const std::vector<std::string>& arguments) {
+int RunSystems(const KeyedFileOptions& options) {
   clsSystems systems;
   KeyedFileCommand command{.root = "SYSTEMS", .itemWord = "system", .listName = "systems"};
   command.show = [&](const std::string& key) -> std::optional<ordered_json> {
@@ -63,7 +58,14 @@ int RunSystems(const std::vector<std::string>& arguments) {
     }
     return list;
   };
-  return RunKeyedFileCommand(arguments, systems, command);
+  return RunKeyedFileCommand(options, systems, command);
+}
+
+void AddSystemsCommand(CLI::App& program) {
+  AddKeyedFileCommand(program, "systems",
+                      "list the systems of a systems file, or show one in full with its "
+                      "instruments and the logger channels each logs",
+                      "the systems file", RunSystems);
 }
 
 }  // namespace corvale::cli

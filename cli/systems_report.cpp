@@ -1,9 +1,10 @@
 #include "cli/systems_report.h"
 
 #include <cctype>
-#include <iostream>
+#include <memory>
+#include <utility>
 
-#include "cli/cli_util.h"
+#include "cli/command.h"
 #include "cli/library_report.h"
 #include "corvale/core/error.h"
 
@@ -28,14 +29,10 @@ std::string Label(std::string_view name) {
 }
 
 std::string Scalar(const ordered_json& value) {
-  if (value.is_string()) return value.get<std::string>();
-  if (value.is_boolean()) return value.get<bool>() ? "yes" : "no";
-  if (value.is_array()) {
-    std::string text;
-    for (const auto& item : value) text += (text.empty() ? "" : ", ") + Scalar(item);
-    return text;
-  }
-  return value.is_null() ? std::string() : value.dump();
+  if (!value.is_array()) return Text(value);
+  std::string text;
+  for (const auto& item : value) text += (text.empty() ? "" : ", ") + Scalar(item);
+  return text;
 }
 
 // The first member, then the others that have a value in brackets.
@@ -55,15 +52,10 @@ std::string ItemLine(const ordered_json& item) {
 
 }  // namespace
 
-int RunKeyedFileCommand(const std::vector<std::string>& arguments, KeyedFile& file,
+int RunKeyedFileCommand(const KeyedFileOptions& options, KeyedFile& file,
                         const KeyedFileCommand& command) {
-  std::vector<std::string> args = arguments;
-  const bool json = TakeFlag(args, "--json");
-  RejectUnknownOptions(args);
-  if (args.empty()) throw UsageError("no FILE given");
-  if (args.size() > 2) throw UsageError("too many arguments");
-
-  const std::string& path = args[0];
+  Report report(options.json);
+  const std::string& path = options.file;
   bool loaded = false;
   try {
     loaded = file.Load(path);
@@ -71,20 +63,35 @@ int RunKeyedFileCommand(const std::vector<std::string>& arguments, KeyedFile& fi
     // Another root: said below, as for every other document.
   }
   if (!loaded) {
-    ReportLoadFailure(path, file.ParseError(), command.root);
-    return kExitFailure;
+    ReportLoadFailure(report, path, file.ParseError(), command.root);
+    return report.Finish(nullptr, {});
   }
-  if (args.size() == 2) {
-    const std::optional<ordered_json> item = command.show(args[1]);
+  const TextView text = [](std::ostream& out, const ordered_json& content) {
+    PrintJsonAsText(out, content);
+  };
+  if (!options.key.empty()) {
+    std::optional<ordered_json> item = command.show(options.key);
     if (!item) {
-      std::cerr << path << ": no " << command.itemWord << " with the key \"" << args[1] << "\"\n";
-      return kExitFailure;
+      report.Problem(Printable(path) + ": no " + std::string(command.itemWord) +
+                         " with the key \"" + Printable(options.key) + "\"",
+                     {{"file", path}, {"key", options.key}});
     }
-    return PrintModel(*item, json);
+    return report.Finish(item ? std::move(*item) : ordered_json(), text);
   }
-  return PrintModel(
+  return report.Finish(
       {{"file", path}, {"source", file.Source()}, {std::string(command.listName), command.list()}},
-      json);
+      text);
+}
+
+void AddKeyedFileCommand(CLI::App& program, std::string_view name, std::string_view help,
+                         std::string_view fileHelp,
+                         const std::function<int(const KeyedFileOptions&)>& run) {
+  auto options = std::make_shared<KeyedFileOptions>();
+  CLI::App& command = *program.add_subcommand(std::string(name), std::string(help));
+  command.add_option("FILE", options->file, std::string(fileHelp))->required();
+  command.add_option("KEY", options->key, "the key of the one to show");
+  AddJsonFlag(command, options->json);
+  OnRun(command, [options, run] { return run(*options); });
 }
 
 ordered_json InstrumentsJson(const clsSystemInstruments& instruments) {
@@ -114,15 +121,6 @@ void PrintJsonAsText(std::ostream& out, const ordered_json& object, std::string_
       out << indent << Label(name) << ": " << text << "\n";
     }
   }
-}
-
-int PrintModel(const ordered_json& model, bool json) {
-  if (json) {
-    std::cout << model.dump(2) << "\n";
-  } else {
-    PrintJsonAsText(std::cout, model);
-  }
-  return kExitOk;
 }
 
 }  // namespace corvale::cli

@@ -1,11 +1,8 @@
 // corvale templates FILE [KEY] [--json]: the code templates of a template file, or one of them
 // in full with its resource requests, files, events and instruments.
-#include <nlohmann/json.hpp>
 #include <optional>
 #include <string>
-#include <vector>
 
-#include "cli/cli_util.h"
 #include "cli/commands.h"
 #include "cli/systems_report.h"
 #include "corvale/core/convert.h"
@@ -14,8 +11,6 @@
 
 namespace corvale::cli {
 namespace {
-
-using nlohmann::ordered_json;
 
 ordered_json Full(const clsCodeTemplate& codeTemplate) {
   ordered_json out = {{"key", codeTemplate.Key()},
@@ -56,7 +51,7 @@ ordered_json Full(const clsCodeTemplate& codeTemplate) {
 
 }  // namespace
 
-int RunTemplates(const std::vector<std::string>& arguments) {
+int RunTemplates(const KeyedFileOptions& options) {
   clsCodeTemplates templates;
   KeyedFileCommand command{.root = "TEMPLATES", .itemWord = "template", .listName = "templates"};
   command.show = [&](const std::string& key) -> std::optional<ordered_json> {
@@ -75,7 +70,14 @@ int RunTemplates(const std::vector<std::string>& arguments) {
     }
     return list;
   };
-  return RunKeyedFileCommand(arguments, templates, command);
+  return RunKeyedFileCommand(options, templates, command);
+}
+
+void AddTemplatesCommand(CLI::App& program) {
+  AddKeyedFileCommand(program, "templates",
+                      "list the code templates of a template file, or show one in full with its "
+                      "resource requests, files, events and instruments",
+                      "the template file", RunTemplates);
 }
 
 }  // namespace corvale::cli

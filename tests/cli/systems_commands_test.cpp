@@ -63,8 +63,19 @@ TEST(SystemsCommands, ScaleWorksOutTheMultiplierAndOffset) {
   CliRun flat =
       RunCli({"scale", "--out-min", "5", "--out-max", "5", "--sens-min", "0", "--sens-max", "1"});
   EXPECT_EQ(flat.status, 1);
-  EXPECT_TRUE(flat.Says("Check the sensor Output Minimum and Maximum")) << flat.err;
+  EXPECT_EQ(flat.err,
+            "Unable to calculate multipliers required. Check the sensor Output Minimum and "
+            "Maximum\n");
+  CliRun flatJson = RunCli({"scale", "--out-min", "5", "--out-max", "5", "--sens-min", "0",
+                            "--sens-max", "1", "--json"});
+  const auto failed = nlohmann::json::parse(flatJson.out);
+  EXPECT_EQ(failed["success"], false);
+  EXPECT_EQ(failed["errors"][0]["text"],
+            "Unable to calculate multipliers required.\r\n\r\nCheck the sensor Output Minimum "
+            "and Maximum");
   EXPECT_EQ(RunCli({"scale", "--output-type", "mA", "--sens-min", "x", "--sens-max", "1"}).status,
+            2);
+  EXPECT_EQ(RunCli({"scale", "--output-type", "A", "--sens-min", "0", "--sens-max", "1"}).status,
             2);
   EXPECT_EQ(RunCli({"scale", "--mode", "mult-offset"}).status, 2);  // --mult is required
 }
