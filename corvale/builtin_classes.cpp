@@ -18,6 +18,8 @@
 #include "corvale/resources/logger_resource_request.h"
 #include "corvale/resources/logger_resource_users.h"
 #include "corvale/resources/logger_resources.h"
+#include "corvale/scheme/error.h"
+#include "corvale/scheme/errors.h"
 
 namespace corvale {
 
@@ -41,6 +43,8 @@ void RegisterBuiltInClasses() {
   RegisterClassOf<clsLoggerResourceUsers>("Corvale2.clsLoggerResourceUsers");
   RegisterClassOf<clsLoggerResourceList>("Corvale2.clsLoggerResourceList");
   RegisterClassOf<clsLoggerResourceRequest>("Corvale2.clsLoggerResourceRequest");
+  RegisterClassOf<clsErrors>("Corvale2.clsErrors");
+  RegisterClassOf<clsError>("Corvale2.clsError");
 }
 
 }  // namespace corvale
