@@ -19,6 +19,12 @@
 #include "corvale/resources/logger_resource_users.h"
 #include "corvale/resources/logger_resources.h"
 #include "corvale/scaling/scale_channel.h"
+#include "corvale/scheme/error.h"
+#include "corvale/scheme/errors.h"
+#include "corvale/scheme/log.h"
+#include "corvale/scheme/log_buffer.h"
+#include "corvale/scheme/log_buffers.h"
+#include "corvale/scheme/log_entries.h"
 #include "corvale/systems/code_templates.h"
 #include "corvale/systems/systems.h"
 
@@ -44,6 +50,12 @@ void RegisterBuiltInClasses() {
   RegisterClassOf<clsLoggerResourceUsers>("Corvale2.clsLoggerResourceUsers");
   RegisterClassOf<clsLoggerResourceList>("Corvale2.clsLoggerResourceList");
   RegisterClassOf<clsLoggerResourceRequest>("Corvale2.clsLoggerResourceRequest");
+  RegisterClassOf<clsErrors>("Corvale2.clsErrors");
+  RegisterClassOf<clsError>("Corvale2.clsError");
+  RegisterClassOf<clsLogBuffers>("Corvale2.clsLogBuffers");
+  RegisterClassOf<clsLogBuffer>("Corvale2.clsLogBuffer");
+  RegisterClassOf<clsLogEntries>("Corvale2.clsLogEntries");
+  RegisterClassOf<clsLog>("Corvale2.clsLog");
   RegisterClassOf<clsCodeTemplates>("Corvale2.clsCodeTemplates");
   RegisterClassOf<clsCodeTemplate>("Corvale2.clsCodeTemplate");
   RegisterClassOf<clsSystems>("Corvale2.clsSystems");
