@@ -38,6 +38,11 @@ constexpr Command kCommands[] = {
      "resources and channels"},
     {"merge", corvale::cli::RunMerge,
      "MERGEFILE --target-file LIBRARYFILE [--yes]  merge an extension module into a library"},
+    {"scheme", corvale::cli::RunScheme,
+     "new SCHEME --loggers FILE --logger KEY [--library LIB]... | add SCHEME CATCODE [--library "
+     "SOURCE] [--before KEY | --after KEY] [--json] | remove SCHEME KEY | show SCHEME [--json] | "
+     "compile SCHEME [-o FILE] [--json]  build a scheme: place instruments on its logger, show "
+     "the allocation, write the program listing"},
 };
 
 void PrintUsage(std::ostream& out) {

@@ -20,6 +20,7 @@
 #include "corvale/resources/logger_resources.h"
 #include "corvale/scheme/error.h"
 #include "corvale/scheme/errors.h"
+#include "corvale/scheme/scheme_instruments.h"
 
 namespace corvale {
 
@@ -45,6 +46,7 @@ void RegisterBuiltInClasses() {
   RegisterClassOf<clsLoggerResourceRequest>("Corvale2.clsLoggerResourceRequest");
   RegisterClassOf<clsErrors>("Corvale2.clsErrors");
   RegisterClassOf<clsError>("Corvale2.clsError");
+  RegisterClassOf<clsSchemeInstruments>("Corvale2.clsSchemeInstruments");
 }
 
 }  // namespace corvale
