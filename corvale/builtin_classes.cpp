@@ -20,6 +20,10 @@
 #include "corvale/resources/logger_resources.h"
 #include "corvale/scheme/error.h"
 #include "corvale/scheme/errors.h"
+#include "corvale/scheme/log.h"
+#include "corvale/scheme/log_buffer.h"
+#include "corvale/scheme/log_buffers.h"
+#include "corvale/scheme/log_entries.h"
 #include "corvale/scheme/scheme_instruments.h"
 
 namespace corvale {
@@ -46,6 +50,10 @@ void RegisterBuiltInClasses() {
   RegisterClassOf<clsLoggerResourceRequest>("Corvale2.clsLoggerResourceRequest");
   RegisterClassOf<clsErrors>("Corvale2.clsErrors");
   RegisterClassOf<clsError>("Corvale2.clsError");
+  RegisterClassOf<clsLogBuffers>("Corvale2.clsLogBuffers");
+  RegisterClassOf<clsLogBuffer>("Corvale2.clsLogBuffer");
+  RegisterClassOf<clsLogEntries>("Corvale2.clsLogEntries");
+  RegisterClassOf<clsLog>("Corvale2.clsLog");
   RegisterClassOf<clsSchemeInstruments>("Corvale2.clsSchemeInstruments");
 }
 

@@ -56,6 +56,7 @@ class clsLogBuffers : public Object, public BoundCollection<clsLogBuffer> {
   Variant Invoke(std::string_view member, const Args& args = {}) override;
 
  private:
+  void OnBind(clsLogBuffer& buffer) override;
   void LetGoAll();
 };
 

@@ -57,9 +57,8 @@ class clsLogEntries : public Object, public BoundCollection<clsLog> {
   void Hold(clsLog& entry);
   void LetGo(clsLog& entry);
   void LetGoAll();
-  void Recount();
-  void Index(const std::string& key);
-  void Unindex(const std::string& key);
+  void IndexKey(const std::string& key);
+  void UnindexKey(const std::string& key);
 
   clsLogBuffer* buffer_ = nullptr;  // the owning buffer; it clears this when it lets go
   int32_t enabledBytes_ = 0;
