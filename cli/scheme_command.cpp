@@ -183,9 +183,9 @@ int SchemeAdd(const SchemeAddOptions& o) {
     inScheme = set.Item(instrument->Key()) == instrument;
   } catch (const Error&) {
   }
-  // A refused instrument may have taken channels before it was stopped: the file keeps the
-  // scheme as it was.
-  if (!set.Errors()->Fatal()) scheme->Save();
+  // A refused instrument may have taken channels before it was stopped: the file then keeps
+  // the scheme as it was. One that is in the scheme is saved, also when a buddy was refused.
+  if (inScheme) scheme->Save();
 
   ordered_json report = InstrumentReport(*instrument, scheme->Logger());
   report["added"] = added;
@@ -266,14 +266,18 @@ int SchemeShow(const SchemeShowOptions& o) {
       PrintChannels(i["channels"]);
     }
     std::cout << "logger resources:\n";
+    std::string free;
     for (const auto& res : r["resources"]) {
-      std::cout << "  " << res["key"].get<std::string>() << "  " << res["lock"].get<std::string>();
-      if (!res["users"].empty()) {
-        std::cout << "  users";
-        for (const auto& u : res["users"]) std::cout << " " << u.get<std::string>();
+      if (res["users"].empty() && res["lock"] == LockModeCaption(0)) {
+        free += " " + res["key"].get<std::string>();
+        continue;
       }
+      std::cout << "  " << res["key"].get<std::string>() << "  " << res["lock"].get<std::string>()
+                << "  users";
+      for (const auto& u : res["users"]) std::cout << " " << u.get<std::string>();
       std::cout << "\n";
     }
+    if (!free.empty()) std::cout << "  free:" << free << "\n";
     for (const char* list : {"outputs", "events"}) {
       std::cout << "scheme " << list << ":" << (r[list].empty() ? " none" : "") << "\n";
       for (const auto& item : r[list])

@@ -23,6 +23,9 @@
 #include "corvale/resources/logger_resource_users.h"
 #include "corvale/resources/logger_resources.h"
 #include "corvale/scheme/late_list.h"
+#include "corvale/scheme/log_buffer.h"
+#include "corvale/scheme/log_buffers.h"
+#include "corvale/scheme/log_entries.h"
 
 namespace corvale {
 
@@ -468,17 +471,10 @@ void clsSchemeInstruments::Remove(const corvale::Index& index, bool query) {
         if (list.Item(i)->Invoke("Parent").ToString() == key) list.Remove(i);
     }
     // The last buffer is left out: that bound is what users' schemes were saved with.
-    LateList buffers(scheme->Invoke("LogBuffers").ToObject());
-    for (int32_t b = 1; b <= buffers.Count() - 1; ++b) {
-      LateList entries(buffers.Item(b)->Invoke("LogEntries").ToObject());
-      for (int32_t i = 1; i <= entries.Count();) {
-        const std::string entryKey = entries.Item(i)->Invoke("Key").ToString();
-        if (entryKey.substr(0, entryKey.find('|')) == key) {
-          entries.Remove(i);
-        } else {
-          ++i;
-        }
-      }
+    if (auto buffers =
+            std::dynamic_pointer_cast<clsLogBuffers>(scheme->Invoke("LogBuffers").ToObject())) {
+      for (int16_t b = 1; b <= buffers->Count() - 1; ++b)
+        buffers->Item(b)->LogEntries()->RemoveEntriesOf(key);
     }
   }
 
