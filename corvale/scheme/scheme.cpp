@@ -46,11 +46,14 @@ void Scheme::New(std::string name, const clsLoggerDef& logger,
 }
 
 bool Scheme::Load(const std::string& fileName) {
-  xml::Document before = document_;
+  // The load replaces the document's content in place: kept aside, it is put back when the
+  // file is no scheme.
+  const std::vector<xml::Node> before = document_.childNodes();
   if (!LoadFile(fileName)) return false;
   xml::Node root = document_.documentElement();
   if (!root || root.nodeName() != kRoot) {
-    document_ = before;
+    for (const xml::Node& child : document_.childNodes()) document_.removeChild(child);
+    for (const xml::Node& child : before) document_.appendChild(child);
     return false;
   }
   root_ = root;
