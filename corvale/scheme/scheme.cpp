@@ -63,6 +63,7 @@ bool Scheme::Load(const std::string& fileName) {
 }
 
 void Scheme::Save(const std::string& fileName) {
+  instruments_->Reindex();
   SaveTo(fileName);
   if (!fileName.empty()) file_ = fileName;
 }

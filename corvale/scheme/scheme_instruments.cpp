@@ -92,6 +92,7 @@ corvale::Index clsSchemeInstruments::ListIndex(const corvale::Index& index) cons
 }
 
 InstrumentPtr clsSchemeInstruments::Item(const corvale::Index& index) {
+  Reindex();
   return list_.Item(ListIndex(index));
 }
 
@@ -107,7 +108,10 @@ void clsSchemeInstruments::AddError(std::string description, int32_t number, std
 }
 
 void clsSchemeInstruments::NotifyChange(const Variant& change) {
-  if (!disable_events_ && listener_) listener_->SchemeChanged(change);
+  if (!disable_events_ && listener_) {
+    Reindex();
+    listener_->SchemeChanged(change);
+  }
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -175,8 +179,16 @@ bool clsSchemeInstruments::OutputKeyFree(const ObjectPtr& outputs, const std::st
   return true;
 }
 
-void clsSchemeInstruments::Reindex(int16_t from) {
-  for (int16_t i = std::max<int16_t>(from, 1); i <= list_.Count(); ++i) list_.Item(i)->Index(i);
+void clsSchemeInstruments::IndexStaleFrom(int16_t position) {
+  if (position <= list_.Count() && (stale_from_ == 0 || position < stale_from_))
+    stale_from_ = std::max<int16_t>(position, 1);
+}
+
+void clsSchemeInstruments::Reindex() const {
+  if (stale_from_ == 0) return;
+  const int16_t from = stale_from_;
+  stale_from_ = 0;
+  for (int16_t i = from; i <= list_.Count(); ++i) list_.Item(i)->Index(i);
 }
 
 std::string clsSchemeInstruments::GetUniqueAlias(std::string_view alias) {
@@ -257,6 +269,7 @@ bool clsSchemeInstruments::AddSteps(const InstrumentPtr& instrument,
   if (!instrument) throw Error(err::kObjectNotSet);
   const std::string source(kAddSource);
   errors_->Clear();
+  if (listener_) Reindex();  // the listener may look at any member
 
   std::string key;
   if (instrument->SingleUse()) {
@@ -328,7 +341,8 @@ bool clsSchemeInstruments::AddSteps(const InstrumentPtr& instrument,
   if (position == list_.Count()) {
     instrument->Index(list_.Count());
   } else {
-    Reindex(position);
+    IndexStaleFrom(position);
+    Reindex();
     if (instrument->Index() < list_.Count()) successor = list_.Item(instrument->Index() + 1);
   }
 
@@ -449,6 +463,7 @@ void clsSchemeInstruments::Remove(const corvale::Index& index, bool query) {
   if (query) {
     if (!instrument->QueryUninstall()) return;
     bool cancel = false;
+    Reindex();
     if (listener_) listener_->BeforeRemove(instrument, cancel);
     if (cancel) return;
   }
@@ -483,7 +498,7 @@ void clsSchemeInstruments::Remove(const corvale::Index& index, bool query) {
     for (int16_t r = 1; r <= resources->Count(); ++r) {
       const LoggerResourcePtr resource = resources->Item(r);
       const LoggerResourceUsersPtr users = resource->Users();
-      if (!users->IsUser(key)) continue;
+      if (users->Count() == 0 || !users->IsUser(key)) continue;
       users->Remove(key);
       if (users->Count() == 0) resource->Locked(0);
     }
@@ -497,8 +512,11 @@ void clsSchemeInstruments::Remove(const corvale::Index& index, bool query) {
   KeyOut(listKey.substr(1));
   instrument->Index(0);
   instrument->UnInstall();
-  Reindex(position);
-  if (!disable_events_ && listener_) listener_->InstrumentRemoved(instrument);
+  IndexStaleFrom(position);
+  if (!disable_events_ && listener_) {
+    Reindex();
+    listener_->InstrumentRemoved(instrument);
+  }
 }
 
 void clsSchemeInstruments::Clear() {
@@ -583,6 +601,7 @@ void clsSchemeInstruments::LoadElement(const xml::Node& element) {
 // Late-bound members
 
 Variant clsSchemeInstruments::Invoke(std::string_view member, const Args& args) {
+  Reindex();
   const std::string name = UpperCase(member);
   if (name == "ADD") {
     const Placement placement = PlacementArgs(args);

@@ -61,7 +61,10 @@ class clsSchemeInstruments : public IInstruments {
   void Visibility(int32_t value) override { visibility_ = value; }
   // The scheme's INSTRUMENTS element. Setting it loads the saved instruments: each is made
   // again from its BASECLASS, installed and loaded; failures go to Errors and loading goes on.
-  xml::Node XMLNode() const override { return node_; }
+  xml::Node XMLNode() const override {
+    Reindex();
+    return node_;
+  }
   void XMLNode(xml::Node value);
 
   // Places an instrument in the scheme, at the end or before/after the member with a scheme
@@ -125,6 +128,13 @@ class clsSchemeInstruments : public IInstruments {
   void SetProgramRunner(ProgramRunner runner) { run_program_ = std::move(runner); }
   void SetDefaultForm(DefaultForm form) { default_form_ = std::move(form); }
 
+  // Writes INDEX = position into every member whose INDEX is out of date. Removing members
+  // leaves the later ones to this, so that emptying a scheme from the front costs one pass
+  // instead of one per member; the set runs it before anything is read through it (Item,
+  // XMLNode, the passes, ShowSetup, late-bound calls) and before it notifies its listener.
+  // A host that reads Index of an instrument it holds runs it first.
+  void Reindex() const;
+
   Variant Invoke(std::string_view member, const Args& args = {}) override;
 
  private:
@@ -142,7 +152,8 @@ class clsSchemeInstruments : public IInstruments {
   int16_t NextInstance(const std::string& catCode) const;
   bool InstrumentExists(const std::string& key) const;
   bool OutputKeyFree(const ObjectPtr& outputs, const std::string& key) const;
-  void Reindex(int16_t from = 1);
+  // INDEX of the members from position on is stale until the next Reindex().
+  void IndexStaleFrom(int16_t position);
   corvale::Index ListIndex(const corvale::Index& index) const;
   // A member joined or left the list under its scheme key: the key and instance indexes.
   void KeyIn(const std::string& key);
@@ -158,6 +169,7 @@ class clsSchemeInstruments : public IInstruments {
   Variant language_;
   bool disable_events_ = false;
   bool changed_ = false;
+  mutable int16_t stale_from_ = 0;  // 0: every INDEX is up to date
 
   // Alias key -> alias, and per stem the number below which every candidate is taken (the
   // cache only grows until it is rebuilt, so the numbers stay true).

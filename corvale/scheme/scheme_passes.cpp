@@ -43,6 +43,7 @@ void SpawnDetached(const std::string& commandLine) {
 template <class Hook>
 void clsSchemeInstruments::Pass(Hook hook, std::string_view suffix) {
   const std::string outside = "clsSchemeInstruments:" + std::string(suffix);
+  Reindex();
   for (int16_t i = 1; i <= list_.Count(); ++i) {
     InstrumentPtr instrument;
     try {
@@ -115,6 +116,7 @@ void clsSchemeInstruments::ShowSetup(int64_t ownerWindow, const corvale::Index& 
   corvale::Index at = index;
   if (index.IsKey() && (index.Key().empty() || index.Key()[0] != '@'))
     at = corvale::Index("@" + index.Key());
+  Reindex();
   const InstrumentPtr member = list_.Item(at);
 
   const std::string form = member->SetupForm();

@@ -172,6 +172,8 @@ TEST(SchemeAdd, PositionsInstancesAndAliases) {
 
   // The next instance follows the largest in use, not the first gap.
   set.Remove("LOST_02");
+  // The document is renumbered before anyone reads it.
+  EXPECT_EQ(test::ChildText(set.XMLNode().selectNodes("INSTRUMENT")[2], "INDEX"), "3");
   EXPECT_EQ(Keys(set), "CNT_01@1,LOST_03@2,LOST_01@3");
   auto next = s->Take("LOST");
   set.Add(next, std::nullopt);
