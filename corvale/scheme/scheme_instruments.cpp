@@ -493,16 +493,8 @@ void clsSchemeInstruments::Remove(const corvale::Index& index, bool query) {
     }
   }
 
-  if (logger) {
-    const LoggerResourcesPtr resources = logger->Resources();
-    for (int16_t r = 1; r <= resources->Count(); ++r) {
-      const LoggerResourcePtr resource = resources->Item(r);
-      const LoggerResourceUsersPtr users = resource->Users();
-      if (users->Count() == 0 || !users->IsUser(key)) continue;
-      users->Remove(key);
-      if (users->Count() == 0) resource->Locked(0);
-    }
-  }
+  // The key may still stand on resources that no request of the instrument accounts for.
+  if (logger) logger->Resources()->ReleaseUser(key);
 
   const int16_t position = list_.PositionOf(at);
   const std::string listKey = list_.KeyAt(position);
