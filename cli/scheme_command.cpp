@@ -1,6 +1,6 @@
-// corvale scheme new|add|remove|show|compile: the scheme workflow. Each subcommand reads its
-// options into a plain struct, works on a corvale::Scheme, and prints one report made as a JSON
-// document first: --json prints it as it is, the text view lays it out.
+// corvale scheme new|add|remove|show|compile: the scheme workflow on a corvale::Scheme. The
+// entries of the scheme's error list are the command's problems (standard error, "errors" in
+// JSON, exit status 1); the rest is the report, as text or one JSON document.
 #include <cstdio>
 #include <fstream>
 #include <iostream>
@@ -10,7 +10,9 @@
 #include <vector>
 
 #include "cli/cli_util.h"
+#include "cli/command.h"
 #include "cli/commands.h"
+#include "cli/report.h"
 #include "corvale/core/convert.h"
 #include "corvale/core/error.h"
 #include "corvale/instruments/event.h"
@@ -31,27 +33,6 @@
 
 namespace corvale::cli {
 
-struct SchemeNewOptions {
-  std::string scheme, loggers, logger;
-  std::vector<std::string> libraries;
-};
-struct SchemeAddOptions {
-  std::string scheme, catCode, library;
-  std::optional<std::string> before, after;
-  bool json = false;
-};
-struct SchemeRemoveOptions {
-  std::string scheme, key;
-};
-struct SchemeShowOptions {
-  std::string scheme;
-  bool json = false;
-};
-struct SchemeCompileOptions {
-  std::string scheme, output;
-  bool json = false;
-};
-
 namespace {
 
 using nlohmann::ordered_json;
@@ -62,46 +43,29 @@ std::string Hex(int32_t number) {
   return text;
 }
 
-ordered_json ErrorList(const clsErrors& errors) {
-  ordered_json list = ordered_json::array();
+// Every entry of the error list as a problem of the command.
+void ReportErrors(Report& report, const clsErrors& errors) {
   for (int16_t i = 1; i <= errors.Count(); ++i) {
     const ErrorPtr e = errors.Item(i);
-    list.push_back({{"number", Hex(e->Number())},
+    report.Problem(Hex(e->Number()) + (e->Fatal() ? " fatal: " : ": ") + e->Description() + " (" +
+                       e->Source() + ")",
+                   {{"number", Hex(e->Number())},
                     {"fatal", e->Fatal()},
                     {"description", e->Description()},
                     {"source", e->Source()}});
   }
-  return list;
 }
 
-void PrintErrors(const ordered_json& errors) {
-  if (errors.empty()) return;
-  std::cout << "errors:\n";
-  for (const auto& e : errors)
-    std::cout << "  " << e["number"].get<std::string>()
-              << (e["fatal"].get<bool>() ? " fatal " : " ") << e["description"].get<std::string>()
-              << " (" << e["source"].get<std::string>() << ")\n";
-}
-
-// The report: text or JSON from the same document.
-void Report(const ordered_json& report, bool json, void (*text)(const ordered_json&)) {
-  if (json) {
-    std::cout << report.dump(2) << "\n";
-  } else {
-    text(report);
-  }
-}
-
-SchemePtr OpenScheme(const std::string& path) {
+// The scheme of a file; null, with the problem reported, when the file is no scheme.
+SchemePtr OpenScheme(Report& report, const std::string& path) {
   auto scheme = std::make_shared<Scheme>();
-  if (!scheme->Load(path)) {
-    const xml::ParseError& error = scheme->ParseError();
-    if (error.errorCode != 0)
-      throw Error(err::kPathFileAccess,
-                  path + ": " + error.reason + " (line " + IntegerText(error.line) + ")");
-    throw Error(err::kPathFileAccess, path + ": not a scheme (no SCHEME root)");
+  if (scheme->Load(path)) return scheme;
+  if (scheme->ParseError().errorCode != 0) {
+    ReportParseError(report, path, scheme->ParseError());
+  } else {
+    report.Problem(Printable(path) + ": not a scheme (its root is not SCHEME)", {{"file", path}});
   }
-  return scheme;
+  return nullptr;
 }
 
 ordered_json ChannelReport(const clsInstChannel& channel, const LoggerDefPtr& logger) {
@@ -132,170 +96,22 @@ ordered_json InstrumentReport(const IInstrument& instrument, const LoggerDefPtr&
           {"channels", channels}};
 }
 
-void PrintChannels(const ordered_json& channels) {
+
+void PrintChannels(std::ostream& out, const ordered_json& channels) {
   for (const auto& c : channels) {
-    std::cout << "    " << c["alias"].get<std::string>() << "  " << c["type"].get<std::string>()
-              << "  ";
-    const std::string lc = c["loggerChannel"];
-    std::cout << (lc.empty() ? (c["enabled"].get<bool>() ? "(no logger channel)" : "(disabled)")
-                             : lc);
+    out << "    " << Text(c["alias"]) << "  " << Text(c["type"]) << "  ";
+    const std::string lc = Text(c["loggerChannel"]);
+    out << (lc.empty() ? (c["enabled"].get<bool>() ? "(no logger channel)" : "(disabled)") : lc);
     if (!c["resources"].empty()) {
-      std::cout << "  holds";
-      for (const auto& r : c["resources"]) std::cout << " " << r.get<std::string>();
+      out << "  holds";
+      for (const auto& r : c["resources"]) out << " " << Text(r);
     }
-    std::cout << "\n";
+    out << "\n";
   }
 }
 
-// ---------------------------------------------------------------------------------------------
-
-int SchemeNew(const SchemeNewOptions& o) {
-  auto loggers = std::make_shared<clsLoggerDefs>();
-  if (!loggers->Load(o.loggers))
-    throw Error(err::kPathFileAccess, o.loggers + ": " + loggers->ParseError().reason);
-  const LoggerDefPtr logger = loggers->Item(o.logger);
-  auto scheme = std::make_shared<Scheme>();
-  scheme->New(o.logger, *logger, o.libraries);
-  if (scheme->Instruments()->Errors()->Count() > 0) {
-    PrintErrors(ErrorList(*scheme->Instruments()->Errors()));
-    return kExitFailure;
-  }
-  scheme->Save(o.scheme);
-  std::cout << o.scheme << ": new scheme for logger " << o.logger << " (" << logger->Name()
-            << ") with " << o.libraries.size() << " librar"
-            << (o.libraries.size() == 1 ? "y" : "ies") << "\n";
-  return kExitOk;
-}
-
-int SchemeAdd(const SchemeAddOptions& o) {
-  const SchemePtr scheme = OpenScheme(o.scheme);
-  const InstrumentPtr instrument = scheme->LibraryInstrument(o.catCode, o.library);
-  if (!instrument)
-    throw Error(err::kSubscriptOutOfRange,
-                "no library of the scheme has the instrument " + o.catCode +
-                    (o.library.empty() ? std::string() : " (library " + o.library + ")"));
-  auto& set = *scheme->Instruments();
-  const std::optional<Index> before = o.before ? std::optional<Index>(*o.before) : std::nullopt;
-  const std::optional<Index> after = o.after ? std::optional<Index>(*o.after) : std::nullopt;
-  const bool added = set.Add(instrument, before, after);
-  bool inScheme = false;
-  try {
-    inScheme = set.Item(instrument->Key()) == instrument;
-  } catch (const Error&) {
-  }
-  // A refused instrument may have taken channels before it was stopped: the file then keeps
-  // the scheme as it was. One that is in the scheme is saved, also when a buddy was refused.
-  if (inScheme) scheme->Save();
-
-  ordered_json report = InstrumentReport(*instrument, scheme->Logger());
-  report["added"] = added;
-  report["inScheme"] = inScheme;
-  report["errors"] = ErrorList(*set.Errors());
-  Report(report, o.json, [](const ordered_json& r) {
-    std::cout << (r["inScheme"].get<bool>() ? "added " : "refused ") << r["key"].get<std::string>()
-              << "  " << r["name"].get<std::string>() << "\n";
-    if (r["inScheme"].get<bool>()) PrintChannels(r["channels"]);
-    PrintErrors(r["errors"]);
-  });
-  return added ? kExitOk : kExitFailure;
-}
-
-int SchemeRemove(const SchemeRemoveOptions& o) {
-  const SchemePtr scheme = OpenScheme(o.scheme);
-  scheme->Instruments()->Remove(o.key);
-  scheme->Save();
-  std::cout << "removed " << o.key << "\n";
-  return kExitOk;
-}
-
-int SchemeShow(const SchemeShowOptions& o) {
-  const SchemePtr scheme = OpenScheme(o.scheme);
-  const LoggerDefPtr logger = scheme->Logger();
-  ordered_json report = {{"scheme", scheme->Name()},
-                         {"logger", logger ? logger->Key() : ""},
-                         {"loggerName", logger ? logger->Name() : ""}};
-  ordered_json instruments = ordered_json::array();
-  auto& set = *scheme->Instruments();
-  for (int16_t i = 1; i <= set.Count(); ++i)
-    instruments.push_back(InstrumentReport(*set.Item(i), logger));
-  report["instruments"] = instruments;
-
-  ordered_json resources = ordered_json::array();
-  for (int16_t r = 1; logger && r <= logger->Resources()->Count(); ++r) {
-    const LoggerResourcePtr resource = logger->Resources()->Item(r);
-    ordered_json users = ordered_json::array();
-    for (int16_t u = 1; u <= resource->Users()->Count(); ++u)
-      users.push_back(resource->Users()->Item(u));
-    resources.push_back({{"key", resource->Key()},
-                         {"lock", LockModeCaption(resource->Locked())},
-                         {"users", users}});
-  }
-  report["resources"] = resources;
-
-  ordered_json outputs = ordered_json::array();
-  for (int16_t i = 1; i <= scheme->Outputs()->Count(); ++i) {
-    const OutputPtr output = scheme->Outputs()->Item(i);
-    outputs.push_back(
-        {{"key", output->Key()}, {"name", output->Name()}, {"parent", output->Parent()}});
-  }
-  report["outputs"] = outputs;
-  ordered_json events = ordered_json::array();
-  for (int16_t i = 1; i <= scheme->Events()->Count(); ++i) {
-    const EventPtr event = scheme->Events()->Item(i);
-    events.push_back({{"key", event->Key()}, {"name", event->Name()}, {"parent", event->Parent()}});
-  }
-  report["events"] = events;
-  ordered_json buffers = ordered_json::array();
-  for (int16_t b = 1; b <= scheme->LogBuffers()->Count(); ++b) {
-    const LogBufferPtr buffer = scheme->LogBuffers()->Item(b);
-    buffers.push_back({{"key", buffer->Key()},
-                       {"name", buffer->Name()},
-                       {"recordBytes", buffer->LogSize()},
-                       {"memoryDays", buffer->MemoryTime()}});
-  }
-  report["logBuffers"] = buffers;
-  report["errors"] = ErrorList(*set.Errors());
-
-  Report(report, o.json, [](const ordered_json& r) {
-    std::cout << "scheme " << r["scheme"].get<std::string>() << " on logger "
-              << r["logger"].get<std::string>() << " (" << r["loggerName"].get<std::string>()
-              << ")\ninstruments:\n";
-    for (const auto& i : r["instruments"]) {
-      std::cout << "  " << i["key"].get<std::string>() << "  " << i["name"].get<std::string>()
-                << "  from " << i["source"].get<std::string>() << "\n";
-      PrintChannels(i["channels"]);
-    }
-    std::cout << "logger resources:\n";
-    std::string free;
-    for (const auto& res : r["resources"]) {
-      if (res["users"].empty() && res["lock"] == LockModeCaption(0)) {
-        free += " " + res["key"].get<std::string>();
-        continue;
-      }
-      std::cout << "  " << res["key"].get<std::string>() << "  " << res["lock"].get<std::string>()
-                << "  users";
-      for (const auto& u : res["users"]) std::cout << " " << u.get<std::string>();
-      std::cout << "\n";
-    }
-    if (!free.empty()) std::cout << "  free:" << free << "\n";
-    for (const char* list : {"outputs", "events"}) {
-      std::cout << "scheme " << list << ":" << (r[list].empty() ? " none" : "") << "\n";
-      for (const auto& item : r[list])
-        std::cout << "  " << item["key"].get<std::string>() << "  "
-                  << item["name"].get<std::string>() << "  (from "
-                  << item["parent"].get<std::string>() << ")\n";
-    }
-    std::cout << "log buffers:" << (r["logBuffers"].empty() ? " none" : "") << "\n";
-    for (const auto& b : r["logBuffers"])
-      std::cout << "  " << b["key"].get<std::string>() << "  " << b["name"].get<std::string>()
-                << "  record " << b["recordBytes"].get<int>() << " bytes, memory lasts "
-                << b["memoryDays"].get<double>() << " days\n";
-    PrintErrors(r["errors"]);
-  });
-  return kExitOk;
-}
-
-// The program text the scheme contributes to the logger program, block by block.
+// The program text the scheme contributes to the logger program, block by block, each block
+// after a comment line saying where it comes from.
 std::string ProgramListing(Scheme& scheme) {
   std::string text;
   auto block = [&](const std::string& comment, const std::string& code) {
@@ -330,103 +146,246 @@ std::string ProgramListing(Scheme& scheme) {
   return text;
 }
 
-int SchemeCompile(const SchemeCompileOptions& o) {
-  const SchemePtr scheme = OpenScheme(o.scheme);
+}  // namespace
+
+int RunSchemeNew(const SchemeNewOptions& o) {
+  Report report(o.json);
+  auto loggers = std::make_shared<clsLoggerDefs>();
+  if (!loggers->Load(o.loggers)) {
+    ReportParseError(report, o.loggers, loggers->ParseError());
+    return report.Finish(nullptr, nullptr);
+  }
+  const LoggerDefPtr logger = loggers->Item(o.logger);
+  auto scheme = std::make_shared<Scheme>();
+  scheme->New(o.logger, *logger, o.libraries);
+  ReportErrors(report, *scheme->Instruments()->Errors());
+  // A scheme whose libraries cannot all be opened is not written.
+  if (!report.Failed()) scheme->Save(o.scheme);
+  ordered_json content = {{"scheme", o.scheme},
+                          {"logger", o.logger},
+                          {"loggerName", logger->Name()},
+                          {"libraries", o.libraries},
+                          {"written", !report.Failed()}};
+  return report.Finish(content, [](std::ostream& out, const ordered_json& c) {
+    if (!c["written"].get<bool>()) return;
+    out << Printable(Text(c["scheme"])) << ": new scheme for logger " << Text(c["logger"]) << " ("
+        << Text(c["loggerName"]) << ") with " << c["libraries"].size() << " librar"
+        << (c["libraries"].size() == 1 ? "y" : "ies") << "\n";
+  });
+}
+
+int RunSchemeAdd(const SchemeAddOptions& o) {
+  Report report(o.json);
+  const SchemePtr scheme = OpenScheme(report, o.scheme);
+  if (!scheme) return report.Finish(nullptr, nullptr);
+  const InstrumentPtr instrument = scheme->LibraryInstrument(o.catCode, o.library);
+  if (!instrument) {
+    report.Problem("no library of the scheme has the instrument " + o.catCode +
+                       (o.library.empty() ? std::string() : " (library " + o.library + ")"),
+                   {{"catCode", o.catCode}});
+    return report.Finish(nullptr, nullptr);
+  }
+  auto& set = *scheme->Instruments();
+  const bool added =
+      set.Add(instrument, o.before.empty() ? std::nullopt : std::optional<Index>(o.before),
+              o.after.empty() ? std::nullopt : std::optional<Index>(o.after));
+  bool inScheme = false;
+  try {
+    inScheme = set.Item(instrument->Key()) == instrument;
+  } catch (const Error&) {
+  }
+  // A refused instrument may have taken channels before it was stopped: the file then keeps
+  // the scheme as it was. One that is in the scheme is saved, also when a buddy was refused.
+  if (inScheme) scheme->Save();
+  ReportErrors(report, *set.Errors());
+  if (!added && !report.Failed()) report.Problem("the instrument could not be added");
+
+  ordered_json content = InstrumentReport(*instrument, scheme->Logger());
+  content["added"] = added;
+  content["inScheme"] = inScheme;
+  report.Finish(content, [](std::ostream& out, const ordered_json& c) {
+    out << (c["inScheme"].get<bool>() ? "added " : "refused ") << Text(c["key"]) << "  "
+        << Text(c["name"]) << "\n";
+    if (c["inScheme"].get<bool>()) PrintChannels(out, c["channels"]);
+  });
+  return added ? kExitOk : kExitFailure;
+}
+
+int RunSchemeRemove(const SchemeRemoveOptions& o) {
+  Report report(o.json);
+  const SchemePtr scheme = OpenScheme(report, o.scheme);
+  if (!scheme) return report.Finish(nullptr, nullptr);
+  scheme->Instruments()->Remove(o.key);
+  scheme->Save();
+  return report.Finish({{"removed", o.key}}, [](std::ostream& out, const ordered_json& c) {
+    out << "removed " << Text(c["removed"]) << "\n";
+  });
+}
+
+int RunSchemeShow(const SchemeShowOptions& o) {
+  Report report(o.json);
+  const SchemePtr scheme = OpenScheme(report, o.scheme);
+  if (!scheme) return report.Finish(nullptr, nullptr);
+  const LoggerDefPtr logger = scheme->Logger();
+  ordered_json content = {{"scheme", scheme->Name()},
+                          {"logger", logger ? logger->Key() : ""},
+                          {"loggerName", logger ? logger->Name() : ""}};
+  ordered_json instruments = ordered_json::array();
+  auto& set = *scheme->Instruments();
+  for (int16_t i = 1; i <= set.Count(); ++i)
+    instruments.push_back(InstrumentReport(*set.Item(i), logger));
+  content["instruments"] = instruments;
+
+  ordered_json resources = ordered_json::array();
+  for (int16_t r = 1; logger && r <= logger->Resources()->Count(); ++r) {
+    const LoggerResourcePtr resource = logger->Resources()->Item(r);
+    ordered_json users = ordered_json::array();
+    for (int16_t u = 1; u <= resource->Users()->Count(); ++u)
+      users.push_back(resource->Users()->Item(u));
+    resources.push_back({{"key", resource->Key()},
+                         {"lock", LockModeCaption(resource->Locked())},
+                         {"users", users}});
+  }
+  content["resources"] = resources;
+
+  ordered_json outputs = ordered_json::array();
+  for (int16_t i = 1; i <= scheme->Outputs()->Count(); ++i) {
+    const OutputPtr output = scheme->Outputs()->Item(i);
+    outputs.push_back(
+        {{"key", output->Key()}, {"name", output->Name()}, {"parent", output->Parent()}});
+  }
+  content["outputs"] = outputs;
+  ordered_json events = ordered_json::array();
+  for (int16_t i = 1; i <= scheme->Events()->Count(); ++i) {
+    const EventPtr event = scheme->Events()->Item(i);
+    events.push_back({{"key", event->Key()}, {"name", event->Name()}, {"parent", event->Parent()}});
+  }
+  content["events"] = events;
+  ordered_json buffers = ordered_json::array();
+  for (int16_t b = 1; b <= scheme->LogBuffers()->Count(); ++b) {
+    const LogBufferPtr buffer = scheme->LogBuffers()->Item(b);
+    buffers.push_back({{"key", buffer->Key()},
+                       {"name", buffer->Name()},
+                       {"recordBytes", buffer->LogSize()},
+                       {"memoryDays", buffer->MemoryTime()}});
+  }
+  content["logBuffers"] = buffers;
+  ReportErrors(report, *set.Errors());
+
+  return report.Finish(content, [](std::ostream& out, const ordered_json& c) {
+    out << "scheme " << Text(c["scheme"]) << " on logger " << Text(c["logger"]) << " ("
+        << Text(c["loggerName"]) << ")\ninstruments:" << (c["instruments"].empty() ? " none" : "")
+        << "\n";
+    for (const auto& i : c["instruments"]) {
+      out << "  " << Text(i["key"]) << "  " << Text(i["name"]) << "  from " << Text(i["source"])
+          << "\n";
+      PrintChannels(out, i["channels"]);
+    }
+    out << "logger resources:\n";
+    std::string free;
+    for (const auto& res : c["resources"]) {
+      if (res["users"].empty() && res["lock"] == LockModeCaption(0)) {
+        free += " " + Text(res["key"]);
+        continue;
+      }
+      out << "  " << Text(res["key"]) << "  " << Text(res["lock"]) << "  users";
+      for (const auto& u : res["users"]) out << " " << Text(u);
+      out << "\n";
+    }
+    if (!free.empty()) out << "  free:" << free << "\n";
+    for (const char* list : {"outputs", "events"}) {
+      out << "scheme " << list << ":" << (c[list].empty() ? " none" : "") << "\n";
+      for (const auto& item : c[list])
+        out << "  " << Text(item["key"]) << "  " << Text(item["name"]) << "  (from "
+            << Text(item["parent"]) << ")\n";
+    }
+    out << "log buffers:" << (c["logBuffers"].empty() ? " none" : "") << "\n";
+    for (const auto& b : c["logBuffers"])
+      out << "  " << Text(b["key"]) << "  " << Text(b["name"]) << "  record "
+          << Text(b["recordBytes"]) << " bytes, memory lasts " << Text(b["memoryDays"])
+          << " days\n";
+  });
+}
+
+int RunSchemeCompile(const SchemeCompileOptions& o) {
+  Report report(o.json);
+  const SchemePtr scheme = OpenScheme(report, o.scheme);
+  if (!scheme) return report.Finish(nullptr, nullptr);
   auto& set = *scheme->Instruments();
   set.Save();
   set.BeforeWrite();
   set.BeforeCompile();
   scheme->Save();
+  ReportErrors(report, *set.Errors());
   const std::string listing = ProgramListing(*scheme);
   if (!o.output.empty()) {
     std::ofstream file(o.output, std::ios::binary);
     file << listing;
     if (!file.flush()) throw Error(err::kPathFileAccess, "cannot write " + o.output);
   }
-  ordered_json report = {{"scheme", o.scheme},
-                         {"output", o.output},
-                         {"errors", ErrorList(*set.Errors())},
-                         {"listing", listing}};
-  Report(report, o.json, [](const ordered_json& r) {
-    PrintErrors(r["errors"]);
-    const std::string output = r["output"];
+  ordered_json content = {{"scheme", o.scheme}, {"output", o.output}, {"listing", listing}};
+  return report.Finish(content, [](std::ostream& out, const ordered_json& c) {
+    const std::string output = Text(c["output"]);
     if (output.empty()) {
-      std::cout << r["listing"].get<std::string>();
+      out << Text(c["listing"]);
     } else {
-      std::cout << "program listing written to " << output << "\n";
+      out << "program listing written to " << Printable(output) << "\n";
     }
   });
-  return set.Errors()->Fatal() ? kExitFailure : kExitOk;
 }
 
-std::string One(std::vector<std::string>& args, const char* what) {
-  if (args.empty()) throw UsageError(std::string("no ") + what + " given");
-  std::string value = args.front();
-  args.erase(args.begin());
-  return value;
-}
+void AddSchemeCommand(CLI::App& program) {
+  CLI::App& scheme = *program.add_subcommand(
+      "scheme",
+      "build a scheme: place instruments on its logger, show the allocation, write "
+      "the program listing");
+  scheme.require_subcommand(1);
 
-void NoMore(const std::vector<std::string>& args) {
-  if (!args.empty()) throw UsageError("too many arguments");
-}
+  auto made = std::make_shared<SchemeNewOptions>();
+  CLI::App& create = *scheme.add_subcommand("new", "start a scheme on one logger definition");
+  create.add_option("SCHEME", made->scheme, "the scheme file to write")->required();
+  create.add_option("--loggers", made->loggers, "the logger definition file")->required();
+  create.add_option("--logger", made->logger, "the key of the logger definition")->required();
+  create.add_option("--library", made->libraries, "a library file to open (repeatable)");
+  AddJsonFlag(create, made->json);
+  OnRun(create, [made] { return RunSchemeNew(*made); });
 
-}  // namespace
+  auto added = std::make_shared<SchemeAddOptions>();
+  CLI::App& add = *scheme.add_subcommand(
+      "add", "place an instrument from the scheme's libraries; exit 1 when Add returns false");
+  add.add_option("SCHEME", added->scheme, "the scheme file")->required();
+  add.add_option("CATCODE", added->catCode, "the instrument's catalogue code")->required();
+  add.add_option("--library", added->library, "the Source of the library to take it from");
+  CLI::Option* before = add.add_option("--before", added->before, "the scheme key it goes before");
+  CLI::Option* after = add.add_option("--after", added->after, "the scheme key it goes after");
+  before->excludes(after);
+  AddJsonFlag(add, added->json);
+  OnRun(add, [added] { return RunSchemeAdd(*added); });
 
-int RunScheme(const std::vector<std::string>& arguments) {
-  std::vector<std::string> args = arguments;
-  if (args.empty()) throw UsageError("no subcommand given (new, add, remove, show, compile)");
-  const std::string sub = One(args, "subcommand");
-  if (sub == "new") {
-    SchemeNewOptions o;
-    o.loggers = TakeOption(args, "--loggers").value_or("");
-    o.logger = TakeOption(args, "--logger").value_or("");
-    while (auto library = TakeOption(args, "--library")) o.libraries.push_back(*library);
-    RejectUnknownOptions(args);
-    o.scheme = One(args, "SCHEME");
-    NoMore(args);
-    if (o.loggers.empty() || o.logger.empty())
-      throw UsageError("--loggers FILE and --logger KEY are required");
-    return SchemeNew(o);
-  }
-  if (sub == "add") {
-    SchemeAddOptions o;
-    o.json = TakeFlag(args, "--json");
-    o.library = TakeOption(args, "--library").value_or("");
-    o.before = TakeOption(args, "--before");
-    o.after = TakeOption(args, "--after");
-    RejectUnknownOptions(args);
-    if (o.before && o.after) throw UsageError("--before and --after exclude each other");
-    o.scheme = One(args, "SCHEME");
-    o.catCode = One(args, "CATCODE");
-    NoMore(args);
-    return SchemeAdd(o);
-  }
-  if (sub == "remove") {
-    SchemeRemoveOptions o;
-    RejectUnknownOptions(args);
-    o.scheme = One(args, "SCHEME");
-    o.key = One(args, "KEY");
-    NoMore(args);
-    return SchemeRemove(o);
-  }
-  if (sub == "show") {
-    SchemeShowOptions o;
-    o.json = TakeFlag(args, "--json");
-    RejectUnknownOptions(args);
-    o.scheme = One(args, "SCHEME");
-    NoMore(args);
-    return SchemeShow(o);
-  }
-  if (sub == "compile") {
-    SchemeCompileOptions o;
-    o.json = TakeFlag(args, "--json");
-    o.output = TakeOption(args, "-o").value_or("");
-    RejectUnknownOptions(args);
-    o.scheme = One(args, "SCHEME");
-    NoMore(args);
-    return SchemeCompile(o);
-  }
-  throw UsageError("unknown subcommand " + sub);
+  auto removed = std::make_shared<SchemeRemoveOptions>();
+  CLI::App& remove = *scheme.add_subcommand("remove", "remove an instrument by its scheme key");
+  remove.add_option("SCHEME", removed->scheme, "the scheme file")->required();
+  remove.add_option("KEY", removed->key, "the instrument's scheme key")->required();
+  AddJsonFlag(remove, removed->json);
+  OnRun(remove, [removed] { return RunSchemeRemove(*removed); });
+
+  auto shown = std::make_shared<SchemeShowOptions>();
+  CLI::App& show = *scheme.add_subcommand(
+      "show", "the allocation report: instruments, channels, resources, outputs, events, buffers");
+  show.add_option("SCHEME", shown->scheme, "the scheme file")->required();
+  AddJsonFlag(show, shown->json);
+  OnRun(show, [shown] { return RunSchemeShow(*shown); });
+
+  auto compiled = std::make_shared<SchemeCompileOptions>();
+  CLI::App& compile = *scheme.add_subcommand(
+      "compile",
+      "run the Save, BeforeWrite and BeforeCompile passes, save the scheme and write "
+      "its program listing");
+  compile.add_option("SCHEME", compiled->scheme, "the scheme file")->required();
+  compile.add_option("-o,--output", compiled->output,
+                     "the listing file (default: standard output)");
+  AddJsonFlag(compile, compiled->json);
+  OnRun(compile, [compiled] { return RunSchemeCompile(*compiled); });
 }
 
 }  // namespace corvale::cli
