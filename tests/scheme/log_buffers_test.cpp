@@ -268,6 +268,33 @@ TEST(LogBuffers, SavedBuffersBindWithTheirEntriesAndDefaults) {
   EXPECT_EQ(bare->LogSize(), 4 + 3);
 }
 
+// Hosts keep buffers, lists and entries longer than their owners; nothing may then point at
+// an owner that has gone.
+TEST(LogBuffers, PartsOutliveTheirOwners) {
+  LogBufferPtr kept;
+  LogEntriesPtr orphan;
+  LogPtr entry = Entry("A|B", 0, 2, true);
+  {
+    auto set = std::make_shared<clsLogBuffers>();
+    set->Mode(1);
+    kept = set->Add(std::make_shared<clsLogBuffer>());
+    kept->LogEntries()->Add(entry);
+    EXPECT_EQ(kept->LogSize(), 5);
+    auto doomed = std::make_shared<clsLogBuffer>();
+    orphan = doomed->LogEntries();
+  }
+  kept->CalculateLogSize();
+  EXPECT_EQ(kept->LogSize(), 2);  // no set, no mode bytes
+  orphan->Add(Entry("C|D", 0, 1, true));
+  EXPECT_EQ(orphan->EnabledBytes(), 1);
+  // An entry taken out of its list no longer counts there, whatever it becomes.
+  kept->LogEntries()->Remove(1);
+  entry->Bytes(100);
+  EXPECT_EQ(kept->LogEntries()->EnabledBytes(), 0);
+  kept.reset();
+  entry->Enabled(false);
+}
+
 TEST(LogBuffers, ByMemberName) {
   ObjectPtr set = CreateObject("Corvale2.clsLogBuffers");
   set->Invoke("SetBufferCount", {2});
