@@ -16,5 +16,6 @@ int main(int argc, char** argv) {
   corvale::cli::AddTemplatesCommand(program);
   corvale::cli::AddSystemsCommand(program);
   corvale::cli::AddScaleCommand(program);
+  corvale::cli::AddSchemeCommand(program);
   return corvale::cli::RunProgram(program, argc, argv);
 }

@@ -25,6 +25,7 @@
 #include "corvale/scheme/log_buffer.h"
 #include "corvale/scheme/log_buffers.h"
 #include "corvale/scheme/log_entries.h"
+#include "corvale/scheme/scheme_instruments.h"
 #include "corvale/systems/code_templates.h"
 #include "corvale/systems/systems.h"
 
@@ -63,6 +64,7 @@ void RegisterBuiltInClasses() {
   RegisterClassOf<clsSystemInstruments>("Corvale2.clsSystemInstruments");
   RegisterClassOf<clsSystemInstrument>("Corvale2.clsSystemInstrument");
   RegisterClassOf<ScaleChannel>("Corvale2.ScaleChannel");
+  RegisterClassOf<clsSchemeInstruments>("Corvale2.clsSchemeInstruments");
 }
 
 }  // namespace corvale

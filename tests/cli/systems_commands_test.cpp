@@ -10,6 +10,7 @@ namespace {
 
 using corvale::test::CliRun;
 using corvale::test::RunCli;
+using corvale::test::TempDir;
 using corvale::test::WriteFile;
 
 const std::string kExamples = std::string(CORVALE_SOURCE_DIR) + "/examples/";
@@ -78,6 +79,24 @@ TEST(SystemsCommands, ScaleWorksOutTheMultiplierAndOffset) {
   EXPECT_EQ(RunCli({"scale", "--output-type", "A", "--sens-min", "0", "--sens-max", "1"}).status,
             2);
   EXPECT_EQ(RunCli({"scale", "--mode", "mult-offset"}).status, 2);  // --mult is required
+}
+
+TEST(SystemsCommands, ASchemeListingCarriesTheScaleLineOfAScaledInstrument) {
+  const std::string scheme = TempDir() + "/scaled.xml";
+  ASSERT_EQ(RunCli({"scheme", "new", scheme, "--loggers", kExamples + "sample_loggers.xml",
+                    "--logger", "CV800", "--library", kExamples + "sample_library.xml"})
+                .status,
+            0);
+  CliRun added = RunCli({"scheme", "add", scheme, "LVL420"});
+  ASSERT_EQ(added.status, 0) << added.err;
+  EXPECT_TRUE(added.Says("WaterLevel  Analogue  SE01_LOW")) << added.out;
+  // 10000 mm over 496-2480 mV, then the logger channel's 0.001 folded in: 5.04 -> 5.
+  CliRun listing = RunCli({"scheme", "compile", scheme});
+  ASSERT_EQ(listing.status, 0) << listing.err;
+  EXPECT_TRUE(
+      listing.Says("; Corvale2.ScaleChannel - Scale to EU\r\n.if pass==INIT_PASS\r\n"
+                   "\tMorvaScaleChan WaterLevel,5,1000,-2500\r\n.endif\r\n"))
+      << listing.out;
 }
 
 }  // namespace
