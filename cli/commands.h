@@ -11,6 +11,7 @@ namespace corvale::cli {
 int RunCheck(const std::vector<std::string>& args);
 int RunInstrument(const std::vector<std::string>& args);
 int RunLibrary(const std::vector<std::string>& args);
+int RunLoggers(const std::vector<std::string>& args);
 int RunMerge(const std::vector<std::string>& args);
 
 }  // namespace corvale::cli

@@ -33,6 +33,9 @@ constexpr Command kCommands[] = {
     {"library", corvale::cli::RunLibrary,
      "FILE [CATCODE] | register APP SECTION LIBRARY | startup APP SECTION  list a library or "
      "show one instrument; add to or print the start-up list of libraries"},
+    {"loggers", corvale::cli::RunLoggers,
+     "FILE [KEY] [--json]  list the logger definitions of a file, or show one in full with its "
+     "resources and channels"},
     {"merge", corvale::cli::RunMerge,
      "MERGEFILE --target-file LIBRARYFILE [--yes]  merge an extension module into a library"},
 };

@@ -7,6 +7,17 @@
 #include "corvale/libraries/register_library.h"
 #include "corvale/libraries/xml_instruments.h"
 #include "corvale/libraries/xml_merge_instruments.h"
+#include "corvale/loggers/logger_def.h"
+#include "corvale/loggers/logger_defs.h"
+#include "corvale/loggers/logger_input_channel.h"
+#include "corvale/loggers/logger_input_channels.h"
+#include "corvale/loggers/logger_output_channel.h"
+#include "corvale/loggers/logger_output_channels.h"
+#include "corvale/resources/logger_resource.h"
+#include "corvale/resources/logger_resource_list.h"
+#include "corvale/resources/logger_resource_request.h"
+#include "corvale/resources/logger_resource_users.h"
+#include "corvale/resources/logger_resources.h"
 
 namespace corvale {
 
@@ -19,6 +30,17 @@ void RegisterBuiltInClasses() {
   RegisterClassOf<clsLibraries>("Corvale2.clsLibraries");
   RegisterClassOf<clsRegisterLibrary>("Corvale2.clsRegisterLibrary");
   RegisterClassOf<XMLMergeInstruments>("Corvale2.XMLMergeInstruments");
+  RegisterClassOf<clsLoggerDefs>("Corvale2.clsLoggerDefs");
+  RegisterClassOf<clsLoggerDef>("Corvale2.clsLoggerDef");
+  RegisterClassOf<clsLoggerInputChannels>("Corvale2.clsLoggerInputChannels");
+  RegisterClassOf<clsLoggerInputChannel>("Corvale2.clsLoggerInputChannel");
+  RegisterClassOf<clsLoggerOutputChannels>("Corvale2.clsLoggerOutputChannels");
+  RegisterClassOf<clsLoggerOutputChannel>("Corvale2.clsLoggerOutputChannel");
+  RegisterClassOf<clsLoggerResources>("Corvale2.clsLoggerResources");
+  RegisterClassOf<clsLoggerResource>("Corvale2.clsLoggerResource");
+  RegisterClassOf<clsLoggerResourceUsers>("Corvale2.clsLoggerResourceUsers");
+  RegisterClassOf<clsLoggerResourceList>("Corvale2.clsLoggerResourceList");
+  RegisterClassOf<clsLoggerResourceRequest>("Corvale2.clsLoggerResourceRequest");
 }
 
 }  // namespace corvale

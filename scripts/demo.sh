@@ -21,6 +21,12 @@ echo "== corvale instrument examples/sample_library.xml RLY01"
 echo "== corvale library examples/sample_library.xml"
 "$corvale" library examples/sample_library.xml
 
+echo "== corvale loggers examples/sample_loggers.xml"
+"$corvale" loggers examples/sample_loggers.xml
+
+echo "== corvale loggers examples/sample_loggers.xml CV100P"
+"$corvale" loggers examples/sample_loggers.xml CV100P
+
 # The merge changes its target, so it works on a copy; the bundled examples stay as they are.
 scratch=$(mktemp -d)
 trap 'rm -rf "$scratch"' EXIT

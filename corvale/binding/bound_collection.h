@@ -1,7 +1,8 @@
 // The one shell of every model collection bound to a container element (CHANNELS, EVENTS,
 // RESOURCES, USERS, ...): one item object per child element of one name, in document order,
 // kept in a keyed collection. The rules in which collections differ are the shape's options
-// and a few hooks; adding, ordering and owner keys stay with each collection.
+// and a few hooks; adding, ordering and owner keys stay with each collection. A watched
+// collection records its own changes and hands the log on to its items (see Watch).
 #pragma once
 
 #include <cstdint>
@@ -13,6 +14,7 @@
 
 #include "corvale/binding/bound_element.h"
 #include "corvale/binding/node_access.h"
+#include "corvale/core/change_log.h"
 #include "corvale/core/convert.h"
 #include "corvale/core/index.h"
 #include "corvale/core/keyed_collection.h"
@@ -38,13 +40,24 @@ struct CollectionShape {
   // regard to case (first match), and an unknown key gives null instead of error 9. Several
   // items may then share a key.
   bool unkeyedLookup = false;
+  // The empty key is a key like any other: one item may hold it (a look-up of "" finds it) and
+  // a second one raises 457. Otherwise an item with an empty key has no key.
+  bool emptyKeyIsKey = false;
 };
 
 // T is an element-bound item with an element-taking constructor, `explicit T(xml::Node)`.
 template <class T>
-class BoundCollection : protected ElementBinding {
+class BoundCollection : protected ElementBinding, public Watched {
  public:
   virtual ~BoundCollection() = default;
+
+  // Records the collection's changes under token and hands the log to every item, now and as
+  // they come: under the same token, or, when token is null (a change of the list concerns
+  // everything in it), under the item's own address.
+  void Watch(ChangeLogPtr log, const void* token) override {
+    Watched::Watch(std::move(log), token);
+    for (const auto& entry : items_) WatchItem(entry.item);
+  }
 
   xml::Node XMLNode() const { return node_; }
   // Reads the child elements in document order (see the shape's binding options); raises
@@ -54,7 +67,7 @@ class BoundCollection : protected ElementBinding {
   // The item at a position or with a key; a missing one raises 9 (or gives null, see
   // unkeyedLookup).
   std::shared_ptr<T> Item(const Index& index) const {
-    if (!shape_.unkeyedLookup || index.IsPosition()) return items_.Item(index);
+    if (!shape_.unkeyedLookup || index.IsPosition()) return items_.Item(Stored(index));
     const int16_t position = ScanFor(index.Key());
     return position ? items_.Item(position) : nullptr;
   }
@@ -64,10 +77,12 @@ class BoundCollection : protected ElementBinding {
     const int16_t position = PositionOf(index);
     TakeOutOf(items_.Item(position)->XMLNode());
     items_.Remove(position);
+    Touch();
   }
   void Clear() {
     for (const auto& entry : items_) TakeOutOf(entry.item->XMLNode());
     items_.Clear();
+    Touch();
   }
 
  protected:
@@ -95,11 +110,12 @@ class BoundCollection : protected ElementBinding {
     }
     node_ = std::move(value);
     numbered_ = false;
+    Touch();
     for (const xml::Node& child : node_.selectNodes(shape_.child)) {
       auto item = std::make_shared<T>(child);
       OnBind(*item);
       std::string key = shape_.keyOnBind ? KeyFor(*item) : EntryKey(*item);
-      items_.Add(std::move(item), shape_.unkeyedLookup ? std::string() : key);
+      AddEntry(item, key);
     }
   }
 
@@ -128,7 +144,7 @@ class BoundCollection : protected ElementBinding {
   void Insert(const std::shared_ptr<T>& item, const std::string& key,
               const std::optional<Index>& before = std::nullopt,
               const std::optional<Index>& after = std::nullopt, const xml::Node& reference = {}) {
-    items_.Add(item, shape_.unkeyedLookup ? std::string() : key, before, after);
+    AddEntry(item, key, before, after);
     xml::Node element = item->XMLNode();
     if (reference && reference.parentNode() == node_) {
       node_.insertBefore(element, reference);
@@ -137,9 +153,19 @@ class BoundCollection : protected ElementBinding {
     }
   }
 
+  // Adds the entry alone (before/after as the keyed collection places it); the element is the
+  // caller's. Raises 457 for a key already present.
+  void AddEntry(const std::shared_ptr<T>& item, const std::string& key,
+                const std::optional<Index>& before = std::nullopt,
+                const std::optional<Index>& after = std::nullopt) {
+    items_.Add(item, shape_.unkeyedLookup ? std::string() : StoredKey(key), before, after);
+    WatchItem(item);
+    Touch();
+  }
+
   // The 1-based position of an index; raises 9 when there is none.
   int16_t PositionOf(const Index& index) const {
-    if (!shape_.unkeyedLookup || index.IsPosition()) return items_.PositionOf(index);
+    if (!shape_.unkeyedLookup || index.IsPosition()) return items_.PositionOf(Stored(index));
     const int16_t position = ScanFor(index.Key());
     if (!position) throw Error(err::kSubscriptOutOfRange);
     return position;
@@ -166,6 +192,7 @@ class BoundCollection : protected ElementBinding {
     } else {
       items_.Add(item, key);
     }
+    Touch();
     return element;
   }
 
@@ -194,6 +221,22 @@ class BoundCollection : protected ElementBinding {
   // The number of `child` elements in the container: the collection's count while every one
   // of them is an item, as binding and adding keep it.
   int32_t DocumentCount() const { return items_.Count(); }
+
+  // The keyed collection knows no empty key: with emptyKeyIsKey it stands for itself as a text
+  // that no element can hold.
+  std::string StoredKey(const std::string& key) const {
+    return shape_.emptyKeyIsKey && key.empty() ? std::string(kEmptyKey) : key;
+  }
+  Index Stored(const Index& index) const {
+    return index.IsKey() && index.Key().empty() && shape_.emptyKeyIsKey ? Index(kEmptyKey) : index;
+  }
+  static constexpr std::string_view kEmptyKey = "\x01";
+
+  void WatchItem(const std::shared_ptr<T>& item) {
+    if constexpr (requires { item->Watch(log_, token_); }) {
+      if (log_) item->Watch(log_, token_ ? token_ : item.get());
+    }
+  }
 
   // 1-based position of the first item whose key equals `key` without regard to case; 0.
   int16_t ScanFor(std::string_view key) const {

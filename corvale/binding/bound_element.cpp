@@ -8,6 +8,9 @@ ElementBinding::ElementBinding(std::string_view tagName) : node_(CreateElement(t
 
 ElementBinding::ElementBinding(xml::Node element) : node_(std::move(element)) {}
 
-void BoundElement::XMLNode(xml::Node value) { node_ = std::move(value); }
+void BoundElement::XMLNode(xml::Node value) {
+  node_ = std::move(value);
+  Touch();
+}
 
 }  // namespace corvale

@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "corvale/binding/node_access.h"
+#include "corvale/core/change_log.h"
 #include "corvale/core/object.h"
 #include "corvale/xml/xml.h"
 
@@ -26,10 +27,11 @@ class ElementBinding {
   xml::Node node_;
 };
 
-class BoundElement : public Object, protected ElementBinding {
+class BoundElement : public Object, protected ElementBinding, public Watched {
  public:
   using ElementBinding::XMLNode;
   // Binds the item to another element; items with child lists override this to rebind them.
+  // A watched item records the change.
   virtual void XMLNode(xml::Node value);
 
  protected:

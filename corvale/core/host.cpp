@@ -109,6 +109,14 @@ PicturePtr HostServices::LoadIcon(std::string_view source, std::string_view) {
   return std::make_shared<Picture>(Picture{std::string(source), bytes.str()});
 }
 
+PicturePtr EditorIcon(std::string_view source) {
+  try {
+    return Host().LoadIcon(source, "HALDEN");
+  } catch (...) {
+    return nullptr;  // a missing picture never fails its owner
+  }
+}
+
 std::string HostServices::WindowsFolderName() { return Environment("CORVALE_WINDIR"); }
 
 std::string HostServices::SystemFolderName() { return Environment("CORVALE_WINSYSDIR"); }

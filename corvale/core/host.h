@@ -60,6 +60,10 @@ class HostServices {
   virtual double Clock();
 };
 
+// The picture the editors show for an instrument, a channel or a logger: the icon service's
+// picture for the source in the editors' icon library ("HALDEN"); none when it cannot be had.
+PicturePtr EditorIcon(std::string_view source);
+
 // The services in force; SetHostServices(nullptr) restores the defaults.
 HostServices& Host();
 void SetHostServices(std::shared_ptr<HostServices> services);

@@ -7,12 +7,14 @@
 #include <functional>
 #include <initializer_list>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <type_traits>
 #include <unordered_map>
 #include <utility>
 
+#include "corvale/core/error.h"
 #include "corvale/core/index.h"
 #include "corvale/core/object.h"
 
@@ -25,6 +27,19 @@ void ExpectArgs(const Args& args, size_t count);
 inline Index IndexArg(const Variant& value) {
   if (value.IsString()) return Index(value.ToString());
   return Index(value.ToInt32());
+}
+
+// The optional before and after positions-or-keys of a late-bound Add(item, [before],
+// [after]); nothing given stays empty. Raises 5 unless there are one to three arguments.
+struct Placement {
+  std::optional<Index> before, after;
+};
+inline Placement PlacementArgs(const Args& args) {
+  if (args.empty() || args.size() > 3) throw Error(err::kInvalidProcedureCall);
+  Placement placement;
+  if (args.size() > 1 && !args[1].IsEmpty()) placement.before = IndexArg(args[1]);
+  if (args.size() > 2 && !args[2].IsEmpty()) placement.after = IndexArg(args[2]);
+  return placement;
 }
 
 // The key under which member names are kept (upper case), and the 438 error of a name that

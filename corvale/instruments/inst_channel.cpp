@@ -8,11 +8,6 @@
 #include "corvale/instruments/inst_channels.h"
 
 namespace corvale {
-namespace {
-
-constexpr std::string_view kIconGroup = "HALDEN";
-
-}  // namespace
 
 clsInstChannel::clsInstChannel()
     : BoundElement("CHANNEL"), cdt_(BindChildList<clsCDTSettings>(node_, "CDTSETTINGS")) {}
@@ -72,13 +67,7 @@ void clsInstChannel::IconSource(std::string value) {
   ReloadIcon();
 }
 
-void clsInstChannel::ReloadIcon() {
-  try {
-    icon_ = Host().LoadIcon(IconSource(), kIconGroup);
-  } catch (...) {
-    icon_ = nullptr;  // a missing picture never fails the channel
-  }
-}
+void clsInstChannel::ReloadIcon() { icon_ = EditorIcon(IconSource()); }
 
 std::string clsInstChannel::INPCode() const {
   return UnescapeText(GetNodeText(node_, "INPCODE", ""));

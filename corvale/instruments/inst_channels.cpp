@@ -140,10 +140,7 @@ Variant clsInstChannels::Invoke(std::string_view member, const Args& args) {
       {"Item", MemberTable<T>::WithIndex(&T::Item)},
       {"Add",
        [](T& self, const Args& a) -> Variant {
-         if (a.empty() || a.size() > 3) throw Error(err::kInvalidProcedureCall);
-         std::optional<corvale::Index> before, after;
-         if (a.size() > 1 && !a[1].IsEmpty()) before = IndexArg(a[1]);
-         if (a.size() > 2 && !a[2].IsEmpty()) after = IndexArg(a[2]);
+         const auto [before, after] = PlacementArgs(a);
          return Variant(self.Add(a[0].ToObjectAs<clsInstChannel>(), before, after));
        }},
       {"Move",

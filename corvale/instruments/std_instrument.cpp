@@ -14,7 +14,6 @@
 namespace corvale {
 namespace {
 
-constexpr std::string_view kIconGroup = "HALDEN";
 constexpr std::string_view kDefaultBuildRevision = "4.01.0018";
 
 }  // namespace
@@ -50,13 +49,7 @@ void clsStdInstrument::IconSource(std::string value) {
   ReloadIcon();
 }
 
-void clsStdInstrument::ReloadIcon() {
-  try {
-    icon_ = Host().LoadIcon(IconSource(), kIconGroup);
-  } catch (...) {
-    icon_ = nullptr;  // a missing picture never fails the instrument
-  }
-}
+void clsStdInstrument::ReloadIcon() { icon_ = EditorIcon(IconSource()); }
 
 std::string clsStdInstrument::INPCode() const {
   return UnescapeText(GetNodeText(node_, "INPCODE", ""));

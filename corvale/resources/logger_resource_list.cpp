@@ -19,11 +19,11 @@ void clsLoggerResourceList::Parent(std::string value) { SetNodeText(node_, "PARE
 
 void clsLoggerResourceList::Add(LoggerResourceRequestPtr request) {
   if (!request) throw Error(err::kObjectNotSet);
-  const std::string key = KeyFor(*request);
-  // A repeated key is refused before the element moves in, so the document never holds a
-  // request that the list does not know (it could not be loaded again).
-  if (items_.Exists(key)) throw Error(err::kDuplicateKey);
-  Insert(request, key);
+  // The element moves in before the key is checked, so a request refused as a duplicate stays
+  // in the document: instruments saved this way carry such a request, and reading them again
+  // fails with 457 where it always has, which is how their users find and mend them.
+  node_.appendChild(request->XMLNode());
+  AddEntry(request, KeyFor(*request));
 }
 
 Variant clsLoggerResourceList::Invoke(std::string_view member, const Args& args) {

@@ -25,7 +25,7 @@ class clsLoggerResourceList : public Object, public BoundCollection<clsLoggerRes
   std::string Parent() const;
   void Parent(std::string value);
   // Appends the request's element, gives it the first free "RES_" + n when its key is
-  // empty; raises 457 for a key already present.
+  // empty, and adds it; raises 457 for a key already present, with the element left appended.
   void Add(LoggerResourceRequestPtr request);
 
   Variant Invoke(std::string_view member, const Args& args = {}) override;

@@ -26,17 +26,24 @@ clsLoggerResourceRequest::clsLoggerResourceRequest(xml::Node element)
     : BoundElement(std::move(element)) {}
 
 std::string clsLoggerResourceRequest::Key() const { return GetNodeText(node_, "KEY", ""); }
-void clsLoggerResourceRequest::Key(std::string value) { SetNodeText(node_, "KEY", value); }
+void clsLoggerResourceRequest::Key(std::string value) {
+  SetNodeText(node_, "KEY", value);
+  Touch();
+}
 
 std::string clsLoggerResourceRequest::Resource() const {
   return GetNodeText(node_, "RESOURCE", "");
 }
 void clsLoggerResourceRequest::Resource(std::string value) {
   SetNodeText(node_, "RESOURCE", value);
+  Touch();
 }
 
 int32_t clsLoggerResourceRequest::Locked() const { return GetTextLong(node_, "LOCK", ""); }
-void clsLoggerResourceRequest::Locked(int32_t value) { SetTextLong(node_, "LOCK", value); }
+void clsLoggerResourceRequest::Locked(int32_t value) {
+  SetTextLong(node_, "LOCK", value);
+  Touch();
+}
 
 Variant clsLoggerResourceRequest::Invoke(std::string_view member, const Args& args) {
   using C = clsLoggerResourceRequest;

@@ -58,6 +58,7 @@ void clsLoggerResourceUsers::Add(std::string user, const std::optional<corvale::
     node_.appendChild(element->XMLNode());
   } catch (const Error&) {
   }
+  Touch();
 }
 
 void clsLoggerResourceUsers::Remove(const corvale::Index& index) {
@@ -83,10 +84,7 @@ Variant clsLoggerResourceUsers::Invoke(std::string_view member, const Args& args
       {"", item},
       {"Add",
        [](clsLoggerResourceUsers& self, const Args& a) -> Variant {
-         if (a.empty() || a.size() > 3) throw Error(err::kInvalidProcedureCall);
-         std::optional<corvale::Index> before, after;
-         if (a.size() > 1 && !a[1].IsEmpty()) before = IndexArg(a[1]);
-         if (a.size() > 2 && !a[2].IsEmpty()) after = IndexArg(a[2]);
+         const auto [before, after] = PlacementArgs(a);
          self.Add(a[0].ToString(), before, after);
          return {};
        }},

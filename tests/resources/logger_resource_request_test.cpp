@@ -33,11 +33,17 @@ TEST(LoggerResourceList, RequestsGetFreeKeysAndKeepTheirParent) {
   EXPECT_EQ(next->Key(), "RES_3");
   EXPECT_EQ(element.lastChild(), next->XMLNode());
 
-  // A repeated key is refused and leaves no stray REQUEST behind.
+  // A repeated key is refused after its element went in: the element stays, the list does
+  // not know it, and the list's element no longer reads back.
   auto clash = std::make_shared<clsLoggerResourceRequest>();
   clash->Key("Res_0");
   EXPECT_EQ(ErrorOf([&] { list->Add(clash); }), err::kDuplicateKey);
-  EXPECT_EQ(element.selectNodes("REQUEST").size(), 4u);
+  EXPECT_EQ(element.selectNodes("REQUEST").size(), 5u);
+  EXPECT_EQ(list->Count(), 4);
+  EXPECT_EQ(element.lastChild(), clash->XMLNode());
+  EXPECT_EQ(ErrorOf([&] { clsLoggerResourceList().XMLNode(element.cloneNode(true)); }),
+            err::kDuplicateKey);
+  element.removeChild(clash->XMLNode());
 
   next->Locked(0);  // lock mode 0 is stored by absence
   EXPECT_TRUE(next->XMLNode().selectSingleNode("LOCK").isNull());
