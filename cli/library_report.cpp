@@ -10,23 +10,21 @@
 namespace corvale::cli {
 
 void ReportLoadFailure(const std::string& path, const xml::ParseError& error,
-                       std::string_view expectedRoot) {
+                       std::string_view expectedRoot, const std::string& root) {
   if (error.errorCode != 0) {
     std::cerr << path;
     if (error.line > 0) std::cerr << ":" << error.line << ":" << error.linepos;
     std::cerr << ": " << error.reason << "\n";
     return;
   }
-  xml::Document document = xml::Document::create();
-  document.load(path);
-  const std::string root = document.documentElement().nodeName();
   std::cerr << path << ": root element is " << (root.empty() ? "missing" : "<" + root + ">")
             << ", not <" << expectedRoot << ">\n";
 }
 
 bool LoadLibraryFile(const std::string& path, XMLInstruments& library) {
   if (library.Load(path)) return true;
-  ReportLoadFailure(path, library.ParseError(), "PennardInstrumentLibrary");
+  ReportLoadFailure(path, library.ParseError(), "PennardInstrumentLibrary",
+                    library.LoadedRootName());
   return false;
 }
 

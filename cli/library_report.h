@@ -13,7 +13,7 @@ namespace corvale::cli {
 // Why a file did not load as a document with the expected root, on standard error:
 // "FILE:LINE:COLUMN: reason" for a parse error, otherwise the root that was found.
 void ReportLoadFailure(const std::string& path, const xml::ParseError& error,
-                       std::string_view expectedRoot);
+                       std::string_view expectedRoot, const std::string& root);
 
 // Loads a library file; false (with the reason on standard error) when it is no library.
 bool LoadLibraryFile(const std::string& path, XMLInstruments& library);

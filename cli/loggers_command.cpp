@@ -298,7 +298,7 @@ bool LoadDefinitions(const std::string& path, clsLoggerDefs& loggers) {
               << "\" (error " << error.number() << ": " << error.description() << ")\n";
     return false;
   }
-  ReportLoadFailure(path, loggers.ParseError(), "LOGGERS");
+  ReportLoadFailure(path, loggers.ParseError(), "LOGGERS", loggers.LoadedRootName());
   return false;
 }
 

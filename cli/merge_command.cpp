@@ -28,7 +28,7 @@ int RunMerge(const std::vector<std::string>& arguments) {
 
   XMLMergeInstruments merge;
   if (!merge.Load(mergeFile)) {
-    ReportLoadFailure(mergeFile, merge.ParseError(), "MERGEINSTRUMENTS");
+    ReportLoadFailure(mergeFile, merge.ParseError(), "MERGEINSTRUMENTS", merge.LoadedRootName());
     return kExitFailure;
   }
   const std::string target = merge.Target();

@@ -244,6 +244,7 @@ struct ReleaseTuning {
 };
 ReleaseTuning g_release;
 size_t g_streamLimit = kStreamLimit;
+size_t g_releasedBytes = 0;
 
 #ifdef CORVALE_XML_ASAN
 void Poison(const void* p, size_t n) { __asan_poison_memory_region(p, n); }
@@ -497,10 +498,11 @@ class Builder {
       // What a page handed back reads as, and under AddressSanitizer a read of it is caught.
       std::memset(p, 0, to - from);
       Poison(p, to - from);
-      releasedAny_ = true;
-    } else if (madvise(p, to - from, MADV_DONTNEED) == 0) {
-      releasedAny_ = true;
+    } else if (madvise(p, to - from, MADV_DONTNEED) != 0) {
+      return;
     }
+    releasedAny_ = true;
+    g_releasedBytes += to - from;
   }
 
   // Keeps the last two pieces' worth of what expat was given, for the text of an error's line.
@@ -822,6 +824,8 @@ void SetInputReleaseForTesting(size_t granularity) {
   g_release.page = granularity;
   g_release.step = granularity;
 }
+
+size_t ReleasedInputBytes() { return g_releasedBytes; }
 
 void SetStreamLimitForTesting(size_t bytes) { g_streamLimit = bytes ? bytes : kStreamLimit; }
 

@@ -41,6 +41,8 @@ bool ParseDocument(NodeImpl* doc, std::string_view bytes, const std::string& url
 // target reach the release on small inputs. SIZE_MAX: never release. 0: the default (system
 // pages, handed back every megabyte, 64 KiB behind the parse).
 void SetInputReleaseForTesting(size_t granularity);
+// Bytes of input behind the parse handed back (or zeroed, as above) by all loads so far.
+size_t ReleasedInputBytes();
 // Test-only: the most a load reads from a source of unknown size; 0 restores kStreamLimit.
 void SetStreamLimitForTesting(size_t bytes);
 
