@@ -179,8 +179,8 @@ size_t g_slabCount = 0;
 constexpr size_t kSlabBytes = 64 * 1024;
 
 void Refill(Pool& pool) {
-  void* mapped = mmap(nullptr, kSlabBytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS,
-                      -1, 0);
+  void* mapped =
+      mmap(nullptr, kSlabBytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
   if (mapped == MAP_FAILED) throw std::bad_alloc();
   auto* slab = static_cast<Slab*>(mapped);
   slab->next = g_slabs;

@@ -212,7 +212,7 @@ std::string SourceLine(const char* p, size_t from, size_t end, size_t at, Units 
   std::string_view line(p + start, stop - start);
   if (atStart && start == from) {
     std::string_view bom = Wide(u) ? (u == Units::Utf16LE ? "\xFF\xFE" : "\xFE\xFF")
-                                    : std::string_view("\xEF\xBB\xBF");
+                                   : std::string_view("\xEF\xBB\xBF");
     if (line.substr(0, bom.size()) == bom) line.remove_prefix(bom.size());
   }
   if (Wide(u)) return BytesToUtf8(line, u == Units::Utf16BE ? "UTF-16BE" : "UTF-16LE");
@@ -237,10 +237,10 @@ bool IsUtfName(std::string_view name) {
 
 // ---- Test-only tuning ------------------------------------------------------------------------
 struct ReleaseTuning {
-  size_t page = 0;                    // 0: the system's page size
-  size_t step = size_t{1} << 20;      // release every this many bytes of progress
-  size_t margin = size_t{64} << 10;   // keep this much behind the current start tag
-  bool simulate = false;              // zero and poison instead of handing pages back
+  size_t page = 0;                   // 0: the system's page size
+  size_t step = size_t{1} << 20;     // release every this many bytes of progress
+  size_t margin = size_t{64} << 10;  // keep this much behind the current start tag
+  bool simulate = false;             // zero and poison instead of handing pages back
 };
 ReleaseTuning g_release;
 size_t g_streamLimit = kStreamLimit;
@@ -729,7 +729,8 @@ class Builder {
     if (base_ && releasedAny_) {
       at = std::min(std::max(at, countedTo_), used_);
       if (Wide(units)) at = countedTo_ + ((at - countedTo_) & ~size_t{1});
-      error.line = static_cast<int32_t>(linesBefore_ + CountBreaks(base_, countedTo_, at, units) + 1);
+      error.line =
+          static_cast<int32_t>(linesBefore_ + CountBreaks(base_, countedTo_, at, units) + 1);
       size_t start = LineStart(base_, countedTo_, at, units, true);
       error.linepos = static_cast<int32_t>(Columns(base_, start, at, units) + 1);
       error.srcText = SourceLine(base_, countedTo_, used_, at, units, encoding, false);
@@ -753,7 +754,8 @@ class Builder {
     error.url = url;
     error.errorCode = err::kPathFileAccess;
     error.reason = "cannot read '" + url + "': it gives more than " +
-                   std::to_string(g_streamLimit) + " bytes, the most a load reads from a pipe or device";
+                   std::to_string(g_streamLimit) +
+                   " bytes, the most a load reads from a pipe or device";
     return false;
   }
 
@@ -764,12 +766,12 @@ class Builder {
   const SingleByteCodec* codec_ = nullptr;  // the declared code page, converted here
   size_t maxUtf8_ = 1;                      // the longest UTF-8 form of one of its bytes
   Units units_ = Units::Utf8;
-  char* base_ = nullptr;  // the whole-input buffer, when parsing at once
-  size_t used_ = 0;       // bytes in it
+  char* base_ = nullptr;    // the whole-input buffer, when parsing at once
+  size_t used_ = 0;         // bytes in it
   uintptr_t released_ = 0;  // the buffer is handed back up to here
   size_t nextRelease_ = 0;
   bool releasedAny_ = false;
-  size_t countedTo_ = 0;   // a line start: the lines before it are counted
+  size_t countedTo_ = 0;  // a line start: the lines before it are counted
   size_t linesBefore_ = 0;
   std::string window_;  // the end of what expat was given in pieces
   size_t windowStart_ = 0;

@@ -28,9 +28,9 @@ class ByteSource {
   virtual std::optional<size_t> Size() const { return std::nullopt; }
 };
 
-// Replaces the children of doc with the parsed document, reading the source once. On failure doc is unchanged and
-// error tells why, except after a failed read, which leaves error to the caller. url is
-// recorded in the error.
+// Replaces the children of doc with the parsed document, reading the source once. On failure doc is
+// unchanged and error tells why, except after a failed read, which leaves error to the caller. url
+// is recorded in the error.
 bool ParseDocument(NodeImpl* doc, ByteSource& source, const std::string& url, ParseError& error);
 bool ParseDocument(NodeImpl* doc, std::string_view bytes, const std::string& url,
                    ParseError& error);
