@@ -6,6 +6,8 @@
 // - Reads may change the tree: getters of the node access helpers write the defaults they
 //   return, and asking an element for its child nodes turns its inline text into a text node.
 //   A "read-only" walk is therefore still a use that must not overlap another.
+// - Nodes and short texts come from pools that go back to the system when the last node of
+//   the last document is freed.
 // - Handles are copyable; equality is identity. Every operation on a null handle is a
 //   no-op returning a null or empty result.
 // - A handle keeps its node (and the node's owner document) alive, also after the node was
