@@ -56,4 +56,35 @@ struct MergeOptions {
 int RunMerge(const MergeOptions& options);
 void AddMergeCommand(CLI::App& program);
 
+struct SchemeNewOptions {
+  std::string scheme, loggers, logger;
+  std::vector<std::string> libraries;
+  bool json = false;
+};
+struct SchemeAddOptions {
+  std::string scheme, catCode;
+  std::string library;  // empty: the first library that has the code
+  std::string before, after;
+  bool json = false;
+};
+struct SchemeRemoveOptions {
+  std::string scheme, key;
+  bool json = false;
+};
+struct SchemeShowOptions {
+  std::string scheme;
+  bool json = false;
+};
+struct SchemeCompileOptions {
+  std::string scheme;
+  std::string output;  // empty: the listing goes to standard output
+  bool json = false;
+};
+int RunSchemeNew(const SchemeNewOptions& options);
+int RunSchemeAdd(const SchemeAddOptions& options);
+int RunSchemeRemove(const SchemeRemoveOptions& options);
+int RunSchemeShow(const SchemeShowOptions& options);
+int RunSchemeCompile(const SchemeCompileOptions& options);
+void AddSchemeCommand(CLI::App& program);
+
 }  // namespace corvale::cli

@@ -13,5 +13,6 @@ int main(int argc, char** argv) {
   corvale::cli::AddLibraryCommand(program);
   corvale::cli::AddLoggersCommand(program);
   corvale::cli::AddMergeCommand(program);
+  corvale::cli::AddSchemeCommand(program);
   return corvale::cli::RunProgram(program, argc, argv);
 }

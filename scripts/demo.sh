@@ -35,3 +35,23 @@ echo "== corvale merge examples/sample_extension.xml --target-file <copy of the 
 "$corvale" merge examples/sample_extension.xml --target-file "$scratch/sample_library.xml" --yes
 echo "== corvale library <merged copy>"
 "$corvale" library "$scratch/sample_library.xml"
+
+# A scheme on the CV800 logger, built from the sample library. The library is named as the
+# instruments' references name it (relative to the repository), so the demo runs from here.
+scheme="$scratch/site.xml"
+echo "== corvale scheme new <scheme> --loggers examples/sample_loggers.xml --logger CV800 --library examples/sample_library.xml"
+"$corvale" scheme new "$scheme" --loggers examples/sample_loggers.xml --logger CV800 \
+  --library examples/sample_library.xml
+for code in SM300 SM300 GPS10 RLY01; do
+  echo "== corvale scheme add <scheme> $code"
+  "$corvale" scheme add "$scheme" "$code"
+done
+echo "== corvale scheme add <scheme> MDM20   (needs serial port COM1, which GPS10 holds exclusively)"
+if "$corvale" scheme add "$scheme" MDM20; then
+  echo "MDM20 should have been refused" >&2
+  exit 1
+fi
+echo "== corvale scheme show <scheme>"
+"$corvale" scheme show "$scheme"
+echo "== corvale scheme compile <scheme>   (the program listing the scheme contributes)"
+"$corvale" scheme compile "$scheme"

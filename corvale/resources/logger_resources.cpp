@@ -1,6 +1,9 @@
 #include "corvale/resources/logger_resources.h"
 
+#include <unordered_map>
+#include <unordered_set>
 #include <utility>
+#include <vector>
 
 #include "corvale/core/error.h"
 #include "corvale/core/member_table.h"
@@ -16,6 +19,56 @@ clsLoggerResources::clsLoggerResources()
                        .rebindEmptiesOld = true,
                        .rebindSameIsNoop = true}) {
   Watch(std::make_shared<ChangeLog>(), nullptr);
+  user_index_ = std::make_shared<UserIndex>();
+}
+
+struct clsLoggerResources::UserIndex {
+  bool built = false;
+  uint64_t seen = 0;
+  std::unordered_map<std::string, std::unordered_set<const clsLoggerResource*>> byUser;
+  std::unordered_map<const clsLoggerResource*, std::vector<std::string>> usersOf;
+
+  void Forget(const clsLoggerResource* resource) {
+    auto found = usersOf.find(resource);
+    if (found == usersOf.end()) return;
+    for (const std::string& user : found->second) {
+      auto holders = byUser.find(user);
+      if (holders == byUser.end()) continue;
+      holders->second.erase(resource);
+      if (holders->second.empty()) byUser.erase(holders);
+    }
+    usersOf.erase(found);
+  }
+  void Learn(const clsLoggerResource& resource) {
+    const LoggerResourceUsersPtr users = resource.Users();
+    if (users->Count() == 0) return;
+    std::vector<std::string>& names = usersOf[&resource];
+    for (int16_t i = 1; i <= users->Count(); ++i) {
+      names.push_back(UpperCase(users->Item(i)));
+      byUser[names.back()].insert(&resource);
+    }
+  }
+};
+
+void clsLoggerResources::RefreshUserIndex() const {
+  UserIndex& index = *user_index_;
+  // Edits of a resource and of its users are logged under the resource itself; a change of
+  // the inventory is logged without one and makes the index start again.
+  std::unordered_set<const void*> changed;
+  const bool replayed =
+      index.built && log_->Replay(index.seen, [&](const void* token) { changed.insert(token); });
+  if (!replayed) {
+    index = UserIndex();
+    for (const auto& entry : items_) index.Learn(*entry.item);
+    index.built = true;
+  } else {
+    for (const void* token : changed) {
+      const auto* resource = static_cast<const clsLoggerResource*>(token);
+      index.Forget(resource);
+      index.Learn(*resource);
+    }
+  }
+  index.seen = log_->Count();
 }
 
 std::string clsLoggerResources::Parent() const { return parent_; }
@@ -130,6 +183,20 @@ void clsLoggerResources::Deallocate(std::string user, const LoggerResourceListPt
     // was never locked, and a locked one has only the user that locked it.
     resource->Locked(lock::kNone);
     resource->Users()->Remove(user);
+  }
+}
+
+void clsLoggerResources::ReleaseUser(std::string_view user) {
+  RefreshUserIndex();
+  auto found = user_index_->byUser.find(UpperCase(user));
+  if (found == user_index_->byUser.end()) return;
+  const std::vector<const clsLoggerResource*> holders(found->second.begin(), found->second.end());
+  for (const clsLoggerResource* held : holders) {
+    LoggerResourcePtr resource = items_.Find(held->Key());
+    if (resource.get() != held) continue;
+    const LoggerResourceUsersPtr users = resource->Users();
+    users->Remove(std::string(user));
+    if (users->Count() == 0) resource->Locked(lock::kNone);
   }
 }
 

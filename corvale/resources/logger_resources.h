@@ -47,6 +47,10 @@ class clsLoggerResources : public Object, public BoundCollection<clsLoggerResour
   bool Allocate(std::string user, const LoggerResourceListPtr& requests);
   // Gives back the resources of the list, or with no list every resource user holds.
   void Deallocate(std::string user, const LoggerResourceListPtr& requests = nullptr);
+  // Takes the user off every resource that still lists it, whatever put it there, and unlocks
+  // a resource only when that leaves it without users (unlike Deallocate, which unlocks with
+  // any user it takes off).
+  void ReleaseUser(std::string_view user);
 
   // Every change of the inventory, of its resources' locks and of their users, for caches
   // over the allocation state. A change of one resource names that resource object.
@@ -55,7 +59,13 @@ class clsLoggerResources : public Object, public BoundCollection<clsLoggerResour
   Variant Invoke(std::string_view member, const Args& args = {}) override;
 
  private:
+  // The resources that list each user, followed through the change log, so that ReleaseUser
+  // visits the resources of that user only.
+  struct UserIndex;
+  void RefreshUserIndex() const;
+
   std::string parent_;
+  std::shared_ptr<UserIndex> user_index_;
 };
 
 using LoggerResourcesPtr = std::shared_ptr<clsLoggerResources>;

@@ -38,7 +38,13 @@ TEST(InstrumentCommand, ListsEveryInstrumentOfTheSampleLibraryOnOneLine) {
             "RG200 \"Tipping-bucket rain gauge\" family=Meteorology version=1 "
             "base=Corvale2.clsStdInstrument channels=1 events=0 outputs=0\n"
             "RLY01 \"Alarm relay\" family=Control version=1.5 "
-            "base=Corvale2.clsStdInstrument channels=1 events=1 outputs=1\n");
+            "base=Corvale2.clsStdInstrument channels=1 events=1 outputs=1\n"
+            "SM300 \"Soil moisture probe\" family=Agriculture version=1 "
+            "base=Corvale2.clsStdInstrument channels=2 events=1 outputs=0\n"
+            "GPS10 \"GPS receiver\" family=Communication version=1 "
+            "base=Corvale2.clsStdInstrument channels=0 events=0 outputs=1\n"
+            "MDM20 \"Cellular modem\" family=Communication version=1 "
+            "base=Corvale2.clsStdInstrument channels=0 events=0 outputs=0\n");
   EXPECT_EQ(ReadFile(kSample), before) << "listing never writes the document";
 }
 

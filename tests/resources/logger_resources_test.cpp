@@ -190,5 +190,36 @@ TEST(LoggerResources, KeysPlacementAndWhatReachesTheDocument) {
   EXPECT_EQ(ChildText(pool->Item("X")->XMLNode(), "USERS"), "");
 }
 
+TEST(LoggerResources, ReleaseUserFollowsEveryWayAUserCameAndUnlocksOnlyTheEmptied) {
+  auto resources = std::make_shared<clsLoggerResources>();
+  for (const char* key : {"COM1", "EXC", "CNT"}) {
+    auto resource = std::make_shared<clsLoggerResource>();
+    resource->Key(key);
+    resources->Add(resource);
+  }
+  ASSERT_TRUE(resources->Allocate("GPS", Requests({{"COM1", 1}, {"EXC", 0}})));
+  resources->ReleaseUser("nobody");  // builds the index; changes nothing
+  // Users arriving behind the allocation's back, and a resource added later, are seen too.
+  resources->Item("EXC")->Users()->Add("Probe");
+  auto late = std::make_shared<clsLoggerResource>();
+  late->Key("LATE");
+  resources->Add(late);
+  late->Users()->Add("gps");
+  late->Locked(1);
+  resources->Item("CNT")->Users()->Add("GPS");
+  resources->Item("CNT")->Users()->Remove("GPS");
+
+  resources->ReleaseUser("GPS");
+  EXPECT_EQ(Users(*resources->Item("COM1")), "");
+  EXPECT_EQ(resources->Item("COM1")->Locked(), 0);
+  EXPECT_EQ(Users(*resources->Item("EXC")), "Probe");
+  EXPECT_EQ(Users(*late), "");
+  EXPECT_EQ(late->Locked(), 0);
+  resources->Item("EXC")->Locked(1);
+  resources->ReleaseUser("probe");
+  EXPECT_EQ(Users(*resources->Item("EXC")), "");
+  EXPECT_EQ(resources->Item("EXC")->Locked(), 0);
+}
+
 }  // namespace
 }  // namespace corvale
