@@ -20,6 +20,7 @@
 #include <string>
 
 #include "bench/library_generator.h"
+#include "corvale/xml/internal/node.h"
 #include "corvale/xml/xml.h"
 
 namespace {
@@ -273,10 +274,11 @@ BENCHMARK(BM_DestroyCorvale)
     ->Repetitions(3)
     ->ReportAggregatesOnly(true);
 
-// Heap bytes in use: the small-block arena plus mmap'ed blocks.
+// Bytes in use: the heap's small-block arena and mmap'ed blocks, and the slabs that the XML
+// tree's pools map from the system themselves.
 size_t HeapInUse() {
   struct mallinfo2 m = mallinfo2();
-  return m.uordblks + m.hblkhd;
+  return m.uordblks + m.hblkhd + corvale::xml::GetPoolStats().slabBytes;
 }
 
 // Runs measure() in a child process and returns its result: the tree's pools keep freed blocks

@@ -10,11 +10,8 @@
 namespace corvale::cli {
 
 void ReportLoadFailure(Report& report, const std::string& path, const xml::ParseError& error,
-                       std::string_view expectedRoot) {
+                       std::string_view expectedRoot, const std::string& root) {
   if (error.errorCode != 0) return ReportParseError(report, path, error);
-  xml::Document document = xml::Document::create();
-  document.load(path);
-  const std::string root = document.documentElement().nodeName();
   report.Problem(Printable(path) + ": root element is " +
                      (root.empty() ? "missing" : "<" + root + ">") + ", not <" +
                      std::string(expectedRoot) + ">",
@@ -23,7 +20,8 @@ void ReportLoadFailure(Report& report, const std::string& path, const xml::Parse
 
 bool LoadLibraryFile(Report& report, const std::string& path, XMLInstruments& library) {
   if (library.Load(path)) return true;
-  ReportLoadFailure(report, path, library.ParseError(), "PennardInstrumentLibrary");
+  ReportLoadFailure(report, path, library.ParseError(), "PennardInstrumentLibrary",
+                    library.LoadedRootName());
   return false;
 }
 

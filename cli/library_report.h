@@ -12,9 +12,9 @@
 namespace corvale::cli {
 
 // Why a file did not load as a document with the expected root: where it breaks for a parse
-// error, otherwise the root that was found.
+// error, otherwise root, the root element the load found.
 void ReportLoadFailure(Report& report, const std::string& path, const xml::ParseError& error,
-                       std::string_view expectedRoot);
+                       std::string_view expectedRoot, const std::string& root);
 
 // Loads a library file; false (with the reason reported) when it is no library.
 bool LoadLibraryFile(Report& report, const std::string& path, XMLInstruments& library);

@@ -289,7 +289,7 @@ bool LoadDefinitions(Report& report, const std::string& path, clsLoggerDefs& log
                    {{"file", path}, {"logger", key.value_or("")}, {"error", error.number()}});
     return false;
   }
-  ReportLoadFailure(report, path, loggers.ParseError(), "LOGGERS");
+  ReportLoadFailure(report, path, loggers.ParseError(), "LOGGERS", loggers.LoadedRootName());
   return false;
 }
 

@@ -44,7 +44,8 @@ int RunMerge(const MergeOptions& options) {
 
   XMLMergeInstruments merge;
   if (!merge.Load(mergeFile)) {
-    ReportLoadFailure(report, mergeFile, merge.ParseError(), "MERGEINSTRUMENTS");
+    ReportLoadFailure(report, mergeFile, merge.ParseError(), "MERGEINSTRUMENTS",
+                      merge.LoadedRootName());
     return report.Finish(nullptr, {});
   }
   const std::string target = merge.Target();

@@ -8,7 +8,11 @@ FileDocument::FileDocument(std::string_view rootName, bool attachRoot) : documen
   if (attachRoot) document_.appendChild(root_);
 }
 
-bool FileDocument::LoadFile(const std::string& path) { return document_.load(path); }
+bool FileDocument::LoadFile(const std::string& path) {
+  const bool parsed = document_.load(path);
+  loadedRoot_ = parsed ? document_.documentElement().nodeName() : std::string();
+  return parsed;
+}
 
 void FileDocument::SaveTo(const std::string& path) const {
   document_.save(path.empty() ? file_ : path);

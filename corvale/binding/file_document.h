@@ -19,6 +19,10 @@ class FileDocument {
   // Why the last load did not parse (errorCode 0 when it did).
   const xml::ParseError& ParseError() const { return document_.parseError(); }
   xml::Document Document() const { return document_; }
+  // The name of the root element the last load found, empty when it failed to parse. A file
+  // that parsed with a root of another name is reported by it without being read again (it
+  // may be a pipe).
+  const std::string& LoadedRootName() const { return loadedRoot_; }
 
  protected:
   // A new document holding the declaration (version = "1.0" encoding="windows-1252") and a
@@ -43,6 +47,9 @@ class FileDocument {
   xml::Document document_;
   xml::Node root_;
   std::string file_;
+
+ private:
+  std::string loadedRoot_;
 };
 
 }  // namespace corvale

@@ -13,6 +13,7 @@ namespace {
 
 constexpr std::string_view kRootName = "PennardInstrumentLibrary";
 constexpr std::string_view kInstrumentName = "INSTRUMENT";
+constexpr std::string_view kCatCode = "CATCODE";
 
 Error MissingInstrument(std::string_view procedure) {
   return Error(err::kObjectNotSet, "No instrument at this index",
@@ -89,7 +90,6 @@ InstrumentPtr XMLInstruments::Item(const Index& index) {
 InstrumentPtr XMLInstruments::LibraryItem(const Index& index) {
   xml::Node element = ElementAt(Position(index));
   if (!element) throw MissingInstrument("LibraryItem");
-  Watch(element);
 
   InstrumentPtr instrument =
       CreateInstrumentFromBaseClass(GetNodeText(element, "BASECLASS", "")).instrument;
@@ -116,11 +116,10 @@ InstrumentPtr XMLInstruments::Add(InstrumentPtr instrument) {
     // Appending changes nothing before the new element: the list and index stay valid.
     instruments_.push_back(element);
     if (!codeIndexStale_) {
-      codeIndex_.emplace(UpperCase(GetNodeText(element, "CATCODE", "")),
+      codeIndex_.emplace(UpperCase(GetNodeText(element, kCatCode, "")),
                          static_cast<int32_t>(instruments_.size() - 1));
     }
   }
-  Watch(element);
   instrument->Index(Count());
   return instrument;
 }
@@ -131,7 +130,6 @@ void XMLInstruments::Remove(const Index& index) {
   if (!element) throw MissingInstrument("Remove");
   root_.removeChild(element);
   instruments_.erase(instruments_.begin() + position);
-  std::erase_if(watched_, [&](const auto& watched) { return watched.first == element; });
   codeIndexStale_ = true;
 }
 
@@ -139,7 +137,6 @@ void XMLInstruments::Clear() {
   for (const xml::Node& element : instruments_) root_.removeChild(element);
   instruments_.clear();
   codeIndex_.clear();
-  watched_.clear();
   codeIndexStale_ = true;
 }
 
@@ -173,45 +170,20 @@ int32_t XMLInstruments::Position(const Index& index) {
 }
 
 int32_t XMLInstruments::PositionOfCode(const std::string& code) {
-  const std::string key = UpperCase(code);
-  if (!codeIndexStale_ && WatchedCodeChanged()) codeIndexStale_ = true;
-  for (int attempt = 0; attempt < 2; ++attempt) {
-    const bool fresh = codeIndexStale_;
-    if (codeIndexStale_) RebuildCodeIndex();
-    auto hit = codeIndex_.find(key);
-    if (hit != codeIndex_.end() && hit->second < static_cast<int32_t>(instruments_.size()) &&
-        EqualsNoCase(GetNodeText(instruments_[hit->second], "CATCODE", ""), code)) {
-      return hit->second;
-    }
-    if (fresh) return -1;  // the index was just built: the code is not there
-    codeIndexStale_ = true;
-  }
-  return -1;
+  if (codeIndexStale_ || xml::ChangeCount(kCatCode) != codeChanges_) RebuildCodeIndex();
+  auto hit = codeIndex_.find(UpperCase(code));
+  return hit == codeIndex_.end() ? -1 : hit->second;
 }
 
 void XMLInstruments::RebuildCodeIndex() {
   codeIndex_.clear();
   codeIndex_.reserve(instruments_.size());
   for (size_t i = 0; i < instruments_.size(); ++i) {
-    codeIndex_.emplace(UpperCase(GetNodeText(instruments_[i], "CATCODE", "")),
+    codeIndex_.emplace(UpperCase(GetNodeText(instruments_[i], kCatCode, "")),
                        static_cast<int32_t>(i));
   }
-  for (auto& [element, seen] : watched_) seen = UpperCase(GetNodeText(element, "CATCODE", ""));
+  codeChanges_ = xml::ChangeCount(kCatCode);
   codeIndexStale_ = false;
-}
-
-void XMLInstruments::Watch(const xml::Node& element) {
-  for (const auto& watched : watched_) {
-    if (watched.first == element) return;  // keeps the code the index saw, not today's
-  }
-  watched_.emplace_back(element, UpperCase(GetNodeText(element, "CATCODE", "")));
-}
-
-bool XMLInstruments::WatchedCodeChanged() const {
-  for (const auto& [element, seen] : watched_) {
-    if (UpperCase(GetNodeText(element, "CATCODE", "")) != seen) return true;
-  }
-  return false;
 }
 
 void XMLInstruments::Reselect() {

@@ -7,7 +7,6 @@
 #include <cstdint>
 #include <string>
 #include <unordered_map>
-#include <utility>
 #include <vector>
 
 #include "corvale/binding/file_document.h"
@@ -73,8 +72,6 @@ class XMLInstruments : public IInstruments, public FileDocument {
   int32_t Position(const Index& index);
   int32_t PositionOfCode(const std::string& code);
   void RebuildCodeIndex();
-  void Watch(const xml::Node& element);
-  bool WatchedCodeChanged() const;
   void Reselect();
   xml::Node ElementAt(int32_t position) const;
 
@@ -82,14 +79,13 @@ class XMLInstruments : public IInstruments, public FileDocument {
   PicturePtr icon_;
   std::string source_;
   // Upper-cased catalogue code to the 0-based position of the first instrument holding it.
-  // CATCODE may be edited through LibraryItem behind the library's back, so every hit is
-  // checked against the element and a miss rebuilds the index once.
+  // CATCODE may be edited behind the library's back (through LibraryItem or the elements), and
+  // then an earlier instrument may hold a code: the index is rebuilt whenever the tree's change
+  // count for CATCODE elements has moved since it was built, and is exact otherwise, misses
+  // included.
   std::unordered_map<std::string, int32_t> codeIndex_;
   bool codeIndexStale_ = true;
-  // The elements handed out live (LibraryItem, Add), each with the upper-cased code the index
-  // last saw on it. A changed one makes the index stale even when a hit still checks out: an
-  // earlier instrument may now carry that code, and the first one holding it is the answer.
-  std::vector<std::pair<xml::Node, std::string>> watched_;
+  uint64_t codeChanges_ = 0;  // xml::ChangeCount("CATCODE") when the index was built
 };
 
 }  // namespace corvale

@@ -1,8 +1,11 @@
 #include "corvale/xml/internal/node.h"
 
+#include <sys/mman.h>
+
 #include <cstdlib>
 #include <new>
 #include <stdexcept>
+#include <unordered_map>
 
 namespace corvale::xml {
 
@@ -95,6 +98,7 @@ const Name* Insert(std::string_view s, uint32_t h, uint32_t i) {
   n->size = static_cast<uint32_t>(s.size());
   n->hash = h;
   n->nextHint = n->childHint = nullptr;
+  n->changes = 0;
   std::memcpy(n->data, s.data(), s.size());
   n->data[s.size()] = '\0';
   g_names->slots[i] = n;
@@ -137,9 +141,10 @@ bool IsValidName(std::string_view name) {
 
 // ---- Pools ---------------------------------------------------------------------------------
 // Nodes and texts up to 1 KiB come from 64 KiB slabs with one free list per block size:
-// no per-block allocator overhead, and a document's nodes lie close together. Slabs are kept
-// for reuse. Under AddressSanitizer every block is its own allocation so that
-// use-after-free is still caught.
+// no per-block allocator overhead, and a document's nodes lie close together. Slabs are mapped
+// from the system and kept for reuse while any block is out; when the last one comes back
+// (the last document and node handle are gone) they are all unmapped. Under
+// AddressSanitizer every block is its own allocation so that use-after-free is still caught.
 namespace {
 #if defined(__SANITIZE_ADDRESS__)
 #define CORVALE_XML_NO_POOL 1
@@ -161,16 +166,26 @@ struct Pool {
   size_t blockSize;
   FreeBlock* free;
 };
+
+static_assert(sizeof(NodeImpl) % alignof(NodeImpl) == 0);
+Pool g_nodes{sizeof(NodeImpl), nullptr};
+Pool g_texts[6] = {{32, nullptr},  {64, nullptr},  {128, nullptr},
+                   {256, nullptr}, {512, nullptr}, {1024, nullptr}};
+size_t g_liveBlocks = 0;
+
 #ifndef CORVALE_XML_NO_POOL
-// Slabs stay reachable through this plain pointer for leak checkers.
 Slab* g_slabs = nullptr;
+size_t g_slabCount = 0;
 constexpr size_t kSlabBytes = 64 * 1024;
 
 void Refill(Pool& pool) {
-  auto* slab = static_cast<Slab*>(std::malloc(kSlabBytes));
-  if (!slab) throw std::bad_alloc();
+  void* mapped =
+      mmap(nullptr, kSlabBytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+  if (mapped == MAP_FAILED) throw std::bad_alloc();
+  auto* slab = static_cast<Slab*>(mapped);
   slab->next = g_slabs;
   g_slabs = slab;
+  ++g_slabCount;
   char* base = reinterpret_cast<char*>(slab + 1);
   size_t count = (kSlabBytes - sizeof(Slab)) / pool.blockSize;
   for (size_t i = count; i-- > 0;) {
@@ -179,34 +194,43 @@ void Refill(Pool& pool) {
     pool.free = b;
   }
 }
+
+// Every block is back: no free list points anywhere else.
+void UnmapSlabs() noexcept {
+  g_nodes.free = nullptr;
+  for (Pool& pool : g_texts) pool.free = nullptr;
+  while (Slab* slab = g_slabs) {
+    g_slabs = slab->next;
+    munmap(slab, kSlabBytes);
+  }
+  g_slabCount = 0;
+}
 #endif
 
 inline void* Take(Pool& pool) {
 #ifdef CORVALE_XML_NO_POOL
-  return ::operator new(pool.blockSize);
+  void* p = ::operator new(pool.blockSize);
 #else
   if (!pool.free) Refill(pool);
-  FreeBlock* b = pool.free;
-  pool.free = b->next;
-  return b;
+  FreeBlock* p = pool.free;
+  pool.free = p->next;
 #endif
+  ++g_liveBlocks;
+  return p;
 }
 
-inline void Give(Pool& pool, void* p) {
+inline void Give(Pool& pool, void* p) noexcept {
 #ifdef CORVALE_XML_NO_POOL
   (void)pool;
   ::operator delete(p);
+  --g_liveBlocks;
 #else
   auto* b = static_cast<FreeBlock*>(p);
   b->next = pool.free;
   pool.free = b;
+  if (--g_liveBlocks == 0) UnmapSlabs();
 #endif
 }
-
-static_assert(sizeof(NodeImpl) % alignof(NodeImpl) == 0);
-Pool g_nodes{sizeof(NodeImpl), nullptr};
-Pool g_texts[6] = {{32, nullptr},  {64, nullptr},  {128, nullptr},
-                   {256, nullptr}, {512, nullptr}, {1024, nullptr}};
 
 Pool* TextPool(size_t size) {
   if (size <= 32) return &g_texts[0];
@@ -234,6 +258,101 @@ void* AllocNode() { return Take(g_nodes); }
 void FreeNode(NodeImpl* n) { Give(g_nodes, n); }
 }  // namespace
 
+PoolStats GetPoolStats() {
+#ifdef CORVALE_XML_NO_POOL
+  return {g_liveBlocks, 0};
+#else
+  return {g_liveBlocks, g_slabCount * kSlabBytes};
+#endif
+}
+
+// ---- Child index -----------------------------------------------------------------------------
+namespace {
+using ChildIndex = std::unordered_map<const Name*, IndexEntry>;
+// Reached through a plain pointer and deleted when empty, as the pools are.
+std::unordered_map<const NodeImpl*, ChildIndex>* g_indexes = nullptr;
+
+ChildIndex& IndexOf(const NodeImpl* parent) { return g_indexes->find(parent)->second; }
+
+void DropChildIndex(NodeImpl* parent) noexcept {
+  if (!(parent->flags & kChildIndex)) return;
+  parent->flags &= static_cast<uint8_t>(~kChildIndex);
+  g_indexes->erase(parent);
+  if (g_indexes->empty()) {
+    delete g_indexes;
+    g_indexes = nullptr;
+  }
+}
+
+// Whether child a stands before its sibling b. Both walk back in turn, so that the cost is
+// the distance of the nearer one from the first child.
+bool Precedes(const NodeImpl* parent, const NodeImpl* a, const NodeImpl* b) {
+  if (!a->next) return false;
+  if (a->next == b) return true;
+  for (const NodeImpl *x = a, *y = b;;) {
+    if (x == parent->first) return true;
+    x = x->prev;
+    if (x == b) return false;
+    if (y == parent->first) return false;
+    y = y->prev;
+    if (y == a) return true;
+  }
+}
+
+// After child was linked under an indexed parent.
+void IndexLinked(NodeImpl* parent, NodeImpl* child) noexcept {
+  if (child->type != NodeType::Element) return;
+  try {
+    auto [entry, fresh] = IndexOf(parent).try_emplace(child->name, IndexEntry{child, 1});
+    if (fresh) return;
+    ++entry->second.count;
+    if (Precedes(parent, child, entry->second.first)) entry->second.first = child;
+  } catch (...) {
+    DropChildIndex(parent);  // out of memory: look-ups walk again
+  }
+}
+
+// Before child is unlinked from an indexed parent.
+void IndexUnlinking(NodeImpl* parent, NodeImpl* child) noexcept {
+  if (child->type != NodeType::Element) return;
+  ChildIndex& index = IndexOf(parent);
+  auto entry = index.find(child->name);
+  if (--entry->second.count == 0) {
+    index.erase(entry);
+    return;
+  }
+  if (entry->second.first != child) return;
+  NodeImpl* next = child->next;
+  while (next->type != NodeType::Element || next->name != child->name) next = next->next;
+  entry->second.first = next;
+}
+}  // namespace
+
+void BuildChildIndex(NodeImpl* parent) {
+  if (parent->flags & kChildIndex) return;
+  try {
+    ChildIndex index;
+    for (NodeImpl* c = parent->first; c; c = c->next) {
+      if (c->type != NodeType::Element) continue;
+      ++index.try_emplace(c->name, IndexEntry{c, 0}).first->second.count;
+    }
+    if (!g_indexes) g_indexes = new std::unordered_map<const NodeImpl*, ChildIndex>();
+    g_indexes->insert_or_assign(parent, std::move(index));
+    parent->flags |= kChildIndex;
+  } catch (const std::bad_alloc&) {
+    if (g_indexes && g_indexes->empty()) {
+      delete g_indexes;
+      g_indexes = nullptr;
+    }
+  }
+}
+
+const IndexEntry* FindIndexed(const NodeImpl* parent, const Name* name) {
+  const ChildIndex& index = IndexOf(parent);
+  auto entry = index.find(name);
+  return entry == index.end() ? nullptr : &entry->second;
+}
+
 // ---- Text storage --------------------------------------------------------------------------
 void Str::assignSlow(std::string_view text) {
   // Built aside first: text may lie in this very storage.
@@ -258,6 +377,7 @@ void Str::freeHeap() { FreeText(const_cast<char*>(data()), size()); }
 
 namespace {
 void FreeNodeData(NodeImpl* n) {
+  DropChildIndex(n);
   n->value.reset();
   if (n->type == NodeType::Element) {
     for (Attr* a = n->attrs(); a;) {
@@ -352,6 +472,7 @@ void LinkLast(NodeImpl* parent, NodeImpl* child) {
     parent->first = child;
     child->prev = child;
   }
+  if (parent->flags & kChildIndex) IndexLinked(parent, child);
 }
 
 void LinkBefore(NodeImpl* parent, NodeImpl* child, NodeImpl* ref) {
@@ -365,11 +486,13 @@ void LinkBefore(NodeImpl* parent, NodeImpl* child, NodeImpl* ref) {
     ref->prev->next = child;
   }
   ref->prev = child;
+  if (parent->flags & kChildIndex) IndexLinked(parent, child);
 }
 
 void Unlink(NodeImpl* child) {
   NodeImpl* parent = child->parent;
   if (!parent) return;
+  if (parent->flags & kChildIndex) IndexUnlinking(parent, child);
   NodeImpl* first = parent->first;
   if (child == first) {
     parent->first = child->next;
@@ -391,6 +514,7 @@ void Drop(NodeImpl* child) {
 }
 
 void DropChildren(NodeImpl* n) {
+  DropChildIndex(n);  // cheaper than keeping it up to date child by child
   n->value.reset();
   while (n->first) Drop(n->first);
 }

@@ -7,7 +7,19 @@
 #include <emmintrin.h>
 #endif
 
+#if defined(__SANITIZE_ADDRESS__)
+#define CORVALE_XML_ASAN 1
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#define CORVALE_XML_ASAN 1
+#endif
+#endif
+#ifdef CORVALE_XML_ASAN
+#include <sanitizer/asan_interface.h>
+#endif
+
 #include <algorithm>
+#include <bit>
 #include <climits>
 #include <cstring>
 #include <exception>
@@ -15,6 +27,7 @@
 #include <optional>
 #include <vector>
 
+#include "corvale/core/error.h"
 #include "corvale/xml/internal/encoding.h"
 
 namespace corvale::xml {
@@ -101,6 +114,145 @@ size_t Transcode(std::string_view in, char* out, const SingleByteCodec& codec) {
   }
   return o;
 }
+
+// ---- Lines and columns ---------------------------------------------------------------------
+// How the text that expat reads holds its characters. Where the input behind the parse was
+// handed back, an error's line and column are counted here, the way expat counts them: a line
+// ends at LF, CR or CR LF, and a column is one character.
+enum class Units : uint8_t { Utf8, Single, Utf16LE, Utf16BE };
+
+bool Wide(Units u) { return u == Units::Utf16LE || u == Units::Utf16BE; }
+
+// Whether the unit at p[i] is the ASCII character c.
+bool IsChar(const char* p, size_t i, Units u, char c) {
+  if (!Wide(u)) return p[i] == c;
+  size_t low = u == Units::Utf16BE ? 1 : 0;
+  return p[i + low] == c && p[i + 1 - low] == 0;
+}
+
+// Line breaks in p[from, to).
+size_t CountBreaks(const char* p, size_t from, size_t to, Units u) {
+  size_t breaks = 0;
+  bool afterCr = false;
+  size_t i = from;
+  if (Wide(u)) {
+    for (; i + 2 <= to; i += 2) {
+      bool cr = IsChar(p, i, u, '\r');
+      if (cr || (!afterCr && IsChar(p, i, u, '\n'))) ++breaks;
+      afterCr = cr;
+    }
+    return breaks;
+  }
+#ifdef __SSE2__
+  // Sixteen bytes at a time: this runs over every byte handed back during a load.
+  const __m128i lfs = _mm_set1_epi8('\n'), crs = _mm_set1_epi8('\r');
+  unsigned carry = 0;  // a CR ended the last block
+  for (; i + 16 <= to; i += 16) {
+    __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p + i));
+    auto lf = static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpeq_epi8(v, lfs)));
+    auto cr = static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpeq_epi8(v, crs)));
+    breaks += static_cast<size_t>(std::popcount(cr) + std::popcount(lf & ~((cr << 1) | carry)));
+    carry = cr >> 15;
+  }
+  afterCr = carry != 0;
+#endif
+  for (; i < to; ++i) {
+    bool cr = p[i] == '\r';
+    if (cr || (!afterCr && p[i] == '\n')) ++breaks;
+    afterCr = cr;
+  }
+  return breaks;
+}
+
+// Where the line holding p[to] starts, looking back no further than from: after the last LF
+// (or, with crToo, CR) before it. to - from is whole units.
+size_t LineStart(const char* p, size_t from, size_t to, Units u, bool crToo) {
+  if (!Wide(u) && !crToo) {
+    const void* lf = memrchr(p + from, '\n', to - from);
+    return lf ? static_cast<size_t>(static_cast<const char*>(lf) - p) + 1 : from;
+  }
+  const size_t w = Wide(u) ? 2 : 1;
+  for (size_t i = to; i >= from + w; i -= w) {
+    if (IsChar(p, i - w, u, '\n') || (crToo && IsChar(p, i - w, u, '\r'))) return i;
+  }
+  return from;
+}
+
+// Characters in p[from, to).
+size_t Columns(const char* p, size_t from, size_t to, Units u) {
+  size_t n = 0;
+  switch (u) {
+    case Units::Single:
+      return to - from;
+    case Units::Utf8:
+      for (size_t i = from; i < to; ++i) n += (static_cast<unsigned char>(p[i]) & 0xC0) != 0x80;
+      return n;
+    case Units::Utf16LE:
+    case Units::Utf16BE:
+      for (size_t i = from + (u == Units::Utf16LE ? 1 : 0); i < to; i += 2) {
+        auto high = static_cast<unsigned char>(p[i]);
+        n += high < 0xDC || high > 0xDF;  // the second half of a surrogate pair adds none
+      }
+      return n;
+  }
+  return n;
+}
+
+// The text, in UTF-8, of the line of p[from, end) that holds position at: from the last LF
+// before it (or from) to the next line break (or end). atStart: from is the input's start,
+// where a byte order mark is left out.
+std::string SourceLine(const char* p, size_t from, size_t end, size_t at, Units u,
+                       std::string_view encoding, bool atStart) {
+  const size_t w = Wide(u) ? 2 : 1;
+  at = std::min(std::max(at, from), end);
+  at = from + (at - from) / w * w;
+  size_t start = LineStart(p, from, at, u, false);
+  size_t stop = at;
+  while (stop + w <= end && !IsChar(p, stop, u, '\n') && !IsChar(p, stop, u, '\r')) stop += w;
+  std::string_view line(p + start, stop - start);
+  if (atStart && start == from) {
+    std::string_view bom = Wide(u) ? (u == Units::Utf16LE ? "\xFF\xFE" : "\xFE\xFF")
+                                   : std::string_view("\xEF\xBB\xBF");
+    if (line.substr(0, bom.size()) == bom) line.remove_prefix(bom.size());
+  }
+  if (Wide(u)) return BytesToUtf8(line, u == Units::Utf16BE ? "UTF-16BE" : "UTF-16LE");
+  return BytesToUtf8(line, encoding);
+}
+
+// The units of the input as its first bytes show them; byte-wide input is refined by the
+// declared encoding once that is known.
+Units UnitsOf(std::string_view head) {
+  if (head.size() < 2) return Units::Utf8;
+  auto b0 = static_cast<unsigned char>(head[0]), b1 = static_cast<unsigned char>(head[1]);
+  if ((b0 == 0xFF && b1 == 0xFE) || (b0 == '<' && b1 == 0)) return Units::Utf16LE;
+  if ((b0 == 0xFE && b1 == 0xFF) || (b0 == 0 && b1 == '<')) return Units::Utf16BE;
+  return Units::Utf8;
+}
+
+bool IsUtfName(std::string_view name) {
+  std::string lower;
+  for (char c : name) lower += static_cast<char>(c >= 'A' && c <= 'Z' ? c + 32 : c);
+  return lower.empty() || lower.rfind("utf", 0) == 0;
+}
+
+// ---- Test-only tuning ------------------------------------------------------------------------
+struct ReleaseTuning {
+  size_t page = 0;                   // 0: the system's page size
+  size_t step = size_t{1} << 20;     // release every this many bytes of progress
+  size_t margin = size_t{64} << 10;  // keep this much behind the current start tag
+  bool simulate = false;             // zero and poison instead of handing pages back
+};
+ReleaseTuning g_release;
+size_t g_streamLimit = kStreamLimit;
+size_t g_releasedBytes = 0;
+
+#ifdef CORVALE_XML_ASAN
+void Poison(const void* p, size_t n) { __asan_poison_memory_region(p, n); }
+void Unpoison(const void* p, size_t n) { __asan_unpoison_memory_region(p, n); }
+#else
+void Poison(const void*, size_t) {}
+void Unpoison(const void*, size_t) {}
+#endif
 
 // Expat's memory. Its input buffer holds a whole document; for large blocks, huge pages
 // spare the thousands of page faults that touching a fresh buffer otherwise costs.
@@ -201,82 +353,63 @@ class Builder {
     stack_.reserve(64);
   }
   ~Builder() {
+    if (base_ && tuning_.simulate) Unpoison(base_, used_);
     XML_ParserFree(parser_);
     if (root_) DestroySubtree(root_);
   }
 
-  enum class Outcome { Done, Failed, Again };
-
-  // The usual way: the whole input in one expat buffer and one final parse, which spares
-  // expat the line bookkeeping it does between pieces (a sixth of the load). The input behind
-  // the parse is handed back to the system as the tree grows (Release). Again: read the input
-  // from its start and parse it in pieces.
-  Outcome ParseWhole(ByteSource& source, size_t total, const std::string& url, ParseError& error) {
-    std::string_view piece = source.Next(std::min(kParseChunk, total));
+  // Reads the source once. Input of known size goes whole into one expat buffer for one final
+  // parse, which spares expat the line bookkeeping it does between pieces (a sixth of the
+  // load); the input behind the parse is handed back to the system as the tree grows
+  // (Release). Input of unknown size, too large for expat's sizes, or longer than its size
+  // said, is parsed in pieces: expat keeps only the unparsed tail of a piece between calls,
+  // and its positions run on across them.
+  bool Parse(ByteSource& source, const std::string& url, ParseError& error) {
+    const std::optional<size_t> size = source.Size();
+    const size_t total = size.value_or(0);
+    std::string_view piece = source.Next(total ? std::min(kParseChunk, total) : kParseChunk);
+    if (source.Failed()) return false;
     Start(piece);
-    size_t room = total * maxUtf8_;
-    if (room > kWholeLimit) return Outcome::Again;
-    auto* buffer = static_cast<char*>(XML_GetBuffer(parser_, static_cast<int>(room)));
-    if (!buffer) throw std::bad_alloc();
-    size_t used = 0;
-    for (size_t read = 0; !piece.empty();) {
-      if (codec_) {
-        used += Transcode(piece, buffer + used, *codec_);
-      } else {
-        std::memcpy(buffer + used, piece.data(), piece.size());
-        used += piece.size();
+    size_t read = 0;
+    XML_Status status = XML_STATUS_OK;
+    if (total > 0 && total <= kWholeLimit / maxUtf8_) {
+      auto* buffer = static_cast<char*>(XML_GetBuffer(parser_, static_cast<int>(total * maxUtf8_)));
+      if (!buffer) throw std::bad_alloc();
+      size_t used = 0;
+      for (;;) {
+        used += Feed(piece, buffer + used);
+        read += piece.size();
+        // Past the announced size, one more byte tells whether the file grew meanwhile.
+        piece = source.Next(read < total ? std::min(kParseChunk, total - read) : 1);
+        if (piece.empty() || read >= total) break;
       }
-      read += piece.size();
-      piece = source.Next(read < total ? std::min(kParseChunk, total - read) : 1);
-      if (read >= total && !piece.empty()) return Outcome::Again;  // the file grew meanwhile
+      if (source.Failed()) return false;
+      if (piece.empty()) return ParseAll(buffer, used, url, error);
+      Remember({buffer, used});
+      status = XML_ParseBuffer(parser_, static_cast<int>(used), XML_FALSE);
     }
-    if (source.Failed()) return Outcome::Failed;
-    base_ = buffer;
-    released_ = AlignUp(reinterpret_cast<uintptr_t>(buffer), PageSize());
-    nextRelease_ = kReleaseStep;
-    XML_Status status = XML_ParseBuffer(parser_, static_cast<int>(used), XML_TRUE);
-    if (failure_) std::rethrow_exception(failure_);
-    if (status != XML_STATUS_OK) {
-      // Expat's line count would read input already handed back.
-      if (releasedAny_) return Outcome::Again;
-      Report(source.All(), url, error);
-      return Outcome::Failed;
-    }
-    Commit();
-    error = ParseError();
-    return Outcome::Done;
-  }
-
-  // Input of unknown or huge size, and input read again: expat keeps only the unparsed tail of
-  // a piece between calls, and its positions run on across them.
-  bool ParseInPieces(ByteSource& source, const std::string& url, ParseError& error) {
-    std::string_view piece = source.Next(kParseChunk);
-    Start(piece);
     // UTF-8 and UTF-16 sequences split between two pieces are expat's to join; the code pages
     // converted here have one byte a character.
-    XML_Status status = XML_STATUS_OK;
     while (status == XML_STATUS_OK && !piece.empty()) {
+      read += piece.size();
+      if (!size && read > g_streamLimit) return TooLong(url, error);
       if (codec_) {
         void* buffer = XML_GetBuffer(parser_, static_cast<int>(piece.size() * maxUtf8_));
         if (!buffer) throw std::bad_alloc();
         size_t n = Transcode(piece, static_cast<char*>(buffer), *codec_);
+        Remember({static_cast<char*>(buffer), n});
         status = XML_ParseBuffer(parser_, static_cast<int>(n), XML_FALSE);
       } else {
+        Remember(piece);
         status = XML_Parse(parser_, piece.data(), static_cast<int>(piece.size()), XML_FALSE);
       }
+      // Nothing is read after expat has failed: a device may never end.
       if (status == XML_STATUS_OK) piece = source.Next(kParseChunk);
     }
     if (failure_) std::rethrow_exception(failure_);
     if (source.Failed()) return false;
     if (status == XML_STATUS_OK) status = XML_Parse(parser_, nullptr, 0, XML_TRUE);
-    if (failure_) std::rethrow_exception(failure_);
-    if (status != XML_STATUS_OK) {
-      Report(source.All(), url, error);
-      return false;
-    }
-    Commit();
-    error = ParseError();
-    return true;
+    return Finish(status, url, error);
   }
 
   // The largest buffer that expat's sizes (int, grown by doubling) can hold.
@@ -287,6 +420,7 @@ class Builder {
 
   // head: the first bytes of the input.
   void Start(std::string_view head) {
+    units_ = UnitsOf(head);
     // Expat reads code pages it does not know one character at a time through a callback; a
     // table-driven conversion to UTF-8 on the way in is several times faster.
     codec_ = DeclaredCodec(head);
@@ -296,21 +430,55 @@ class Builder {
     }
   }
 
-  static uintptr_t PageSize() {
-    static const uintptr_t size = static_cast<uintptr_t>(sysconf(_SC_PAGESIZE));
-    return size;
+  // Copies or converts a piece of input to out; returns the bytes written.
+  size_t Feed(std::string_view piece, char* out) {
+    if (codec_) return Transcode(piece, out, *codec_);
+    std::memcpy(out, piece.data(), piece.size());
+    return piece.size();
+  }
+
+  bool ParseAll(char* buffer, size_t used, const std::string& url, ParseError& error) {
+    base_ = buffer;
+    used_ = used;
+    released_ = AlignUp(reinterpret_cast<uintptr_t>(buffer), Page());
+    nextRelease_ = tuning_.step;
+    return Finish(XML_ParseBuffer(parser_, static_cast<int>(used), XML_TRUE), url, error);
+  }
+
+  bool Finish(XML_Status status, const std::string& url, ParseError& error) {
+    if (failure_) std::rethrow_exception(failure_);
+    if (status != XML_STATUS_OK) {
+      Report(url, error);
+      return false;
+    }
+    Commit();
+    error = ParseError();
+    return true;
+  }
+
+  uintptr_t Page() const {
+    static const auto system = static_cast<uintptr_t>(sysconf(_SC_PAGESIZE));
+    return tuning_.page ? tuning_.page : system;
   }
   static uintptr_t AlignUp(uintptr_t p, uintptr_t page) { return (p + page - 1) & ~(page - 1); }
 
   // Hands back the pages of the whole-input buffer that lie well behind the parse. Expat does
   // not read parsed input again, except the raw names of the open elements, which it compares
-  // with their end tags: the pages holding those stay.
+  // with their end tags: the pages holding those stay. So does the line the parse is on, and
+  // the lines handed back are counted, for the position of an error.
   void Release(size_t at) {
-    nextRelease_ = at + kReleaseStep;
-    if (at < kReleaseMargin) return;
-    uintptr_t page = PageSize();
+    nextRelease_ = at + tuning_.step;
+    if (at < tuning_.margin) return;
+    size_t limit = at - tuning_.margin;
+    if (Wide(units_)) limit &= ~size_t{1};
+    size_t lineStart = LineStart(base_, countedTo_, limit, units_, false);
+    if (lineStart > countedTo_) {
+      linesBefore_ += CountBreaks(base_, countedTo_, lineStart, units_);
+      countedTo_ = lineStart;
+    }
+    uintptr_t page = Page();
     auto base = reinterpret_cast<uintptr_t>(base_);
-    uintptr_t end = (base + at - kReleaseMargin) & ~(page - 1);
+    uintptr_t end = (base + countedTo_) & ~(page - 1);
     uintptr_t from = released_;
     for (const Frame& f : stack_) {
       // The raw name follows "<" and is at most twice its UTF-8 length (UTF-16 input).
@@ -325,11 +493,33 @@ class Builder {
     released_ = std::max(released_, end);
   }
   void Discard(uintptr_t from, uintptr_t to) {
-    if (madvise(reinterpret_cast<void*>(from), to - from, MADV_DONTNEED) == 0) releasedAny_ = true;
+    auto* p = reinterpret_cast<char*>(from);
+    if (tuning_.simulate) {
+      // What a page handed back reads as, and under AddressSanitizer a read of it is caught.
+      std::memset(p, 0, to - from);
+      Poison(p, to - from);
+    } else if (madvise(p, to - from, MADV_DONTNEED) != 0) {
+      return;
+    }
+    releasedAny_ = true;
+    g_releasedBytes += to - from;
   }
 
-  static constexpr size_t kReleaseStep = size_t{1} << 20;
-  static constexpr size_t kReleaseMargin = size_t{64} << 10;
+  // Keeps the last two pieces' worth of what expat was given, for the text of an error's line.
+  void Remember(std::string_view fed) {
+    const size_t keep = 2 * kParseChunk;
+    if (fed.size() >= keep) {
+      windowStart_ += window_.size() + fed.size() - keep;
+      window_.assign(fed.substr(fed.size() - keep));
+      return;
+    }
+    if (window_.size() + fed.size() > keep) {
+      size_t drop = window_.size() + fed.size() - keep;
+      window_.erase(0, drop);
+      windowStart_ += drop;
+    }
+    window_.append(fed);
+  }
 
   // Exceptions must not cross expat's C frames: keep the first and stop.
   template <typename F>
@@ -502,6 +692,10 @@ class Builder {
   }
 
   void Commit() {
+    // The old content leaves the document: see ChangeCount.
+    for (NodeImpl* c = doc_->first; c; c = c->next) {
+      if (c->type == NodeType::Element) ++c->name->changes;
+    }
     DropChildren(doc_);
     while (NodeImpl* c = root_->first) {
       Unlink(c);
@@ -511,8 +705,11 @@ class Builder {
     root_ = nullptr;
   }
 
-  // input: the whole document as read, for the offending line.
-  void Report(std::string_view input, const std::string& url, ParseError& error) {
+  // Fills error from expat's code and position. The position and the offending line come from
+  // the input already read: the whole-input buffer, where expat counts the position while
+  // nothing was handed back and the lines handed back were counted otherwise; or the last
+  // pieces read.
+  void Report(const std::string& url, ParseError& error) {
     error = ParseError();
     error.url = url;
     if (tooDeep_) {
@@ -523,59 +720,61 @@ class Builder {
       const XML_LChar* reason = XML_ErrorString(XML_GetErrorCode(parser_));
       error.reason = reason ? reason : "";
     }
+    // A byte position in what expat read: the converted text for a code page.
+    XML_Index index = XML_GetCurrentByteIndex(parser_);
+    size_t at = index < 0 ? SIZE_MAX : static_cast<size_t>(index);
+    Units units = units_;
+    if (!Wide(units) && !codec_ && !IsUtfName(sourceEncoding_)) units = Units::Single;
+    std::string_view encoding = codec_ ? std::string_view("UTF-8") : sourceEncoding_;
+    if (base_ && releasedAny_) {
+      at = std::min(std::max(at, countedTo_), used_);
+      if (Wide(units)) at = countedTo_ + ((at - countedTo_) & ~size_t{1});
+      error.line =
+          static_cast<int32_t>(linesBefore_ + CountBreaks(base_, countedTo_, at, units) + 1);
+      size_t start = LineStart(base_, countedTo_, at, units, true);
+      error.linepos = static_cast<int32_t>(Columns(base_, start, at, units) + 1);
+      error.srcText = SourceLine(base_, countedTo_, used_, at, units, encoding, false);
+      return;
+    }
     error.line = static_cast<int32_t>(XML_GetCurrentLineNumber(parser_));
     error.linepos = static_cast<int32_t>(XML_GetCurrentColumnNumber(parser_)) + 1;
-    // A byte position in what expat read: the converted text for a code page.
-    XML_Index at = XML_GetCurrentByteIndex(parser_);
-    size_t pos = at < 0 ? SIZE_MAX : static_cast<size_t>(at);
-    if (codec_) {
-      std::string converted(input.size() * maxUtf8_, '\0');
-      converted.resize(Transcode(input, converted.data(), *codec_));
-      error.srcText = SourceLine(converted, pos, "UTF-8");
-    } else {
-      error.srcText = SourceLine(input, pos, sourceEncoding_);
+    if (base_) {
+      error.srcText = SourceLine(base_, 0, used_, at, units, encoding, true);
+    } else if (at != SIZE_MAX && at >= windowStart_) {
+      // A line that began before the pieces kept is given from where they start.
+      size_t from = Wide(units) && (windowStart_ & 1) ? 1 : 0;
+      error.srcText = SourceLine(window_.data(), from, window_.size(), at - windowStart_, units,
+                                 encoding, windowStart_ + from == 0);
     }
   }
 
-  // The text of the line holding byte position at, in UTF-8.
-  static std::string SourceLine(std::string_view in, size_t at, std::string_view encoding) {
-    if (at > in.size()) at = in.size();
-    auto u = [&](size_t k) { return static_cast<unsigned char>(in[k]); };
-    bool le = in.size() >= 2 && ((u(0) == 0xFF && u(1) == 0xFE) || (u(0) == '<' && u(1) == 0));
-    bool be = in.size() >= 2 && ((u(0) == 0xFE && u(1) == 0xFF) || (u(0) == 0 && u(1) == '<'));
-    if (le || be) {
-      size_t lo = be ? 1 : 0;  // the byte that holds ASCII
-      at &= ~size_t{1};
-      size_t start = at;
-      while (start >= 2 && !(in[start - 2 + lo] == '\n' && in[start - 1 - lo] == 0)) start -= 2;
-      size_t end = at;
-      while (end + 1 < in.size() &&
-             !((in[end + lo] == '\n' || in[end + lo] == '\r') && in[end + 1 - lo] == 0))
-        end += 2;
-      std::string_view line = in.substr(start, end - start);
-      if (start == 0 && line.size() >= 2 &&
-          ((u(0) == 0xFF && u(1) == 0xFE) || (u(0) == 0xFE && u(1) == 0xFF)))
-        line.remove_prefix(2);
-      return BytesToUtf8(line, be ? "UTF-16BE" : "UTF-16LE");
-    }
-    size_t start = at;
-    while (start > 0 && in[start - 1] != '\n') --start;
-    size_t end = at;
-    while (end < in.size() && in[end] != '\n' && in[end] != '\r') ++end;
-    std::string_view line = in.substr(start, end - start);
-    if (start == 0 && line.substr(0, 3) == "\xEF\xBB\xBF") line.remove_prefix(3);
-    return BytesToUtf8(line, encoding);
+  // A pipe or device that gives more than a load reads from one.
+  bool TooLong(const std::string& url, ParseError& error) {
+    error = ParseError();
+    error.url = url;
+    error.errorCode = err::kPathFileAccess;
+    error.reason = "cannot read '" + url + "': it gives more than " +
+                   std::to_string(g_streamLimit) +
+                   " bytes, the most a load reads from a pipe or device";
+    return false;
   }
 
   XML_Parser parser_ = nullptr;
   NodeImpl* doc_;
   NodeImpl* root_;                          // holds the new children until the parse succeeded
+  const ReleaseTuning tuning_ = g_release;  // fixed for the parse, whatever tests set meanwhile
   const SingleByteCodec* codec_ = nullptr;  // the declared code page, converted here
   size_t maxUtf8_ = 1;                      // the longest UTF-8 form of one of its bytes
-  char* base_ = nullptr;                    // the whole-input buffer, when parsing at once
-  uintptr_t released_ = 0;                  // the buffer is handed back up to here
+  Units units_ = Units::Utf8;
+  char* base_ = nullptr;    // the whole-input buffer, when parsing at once
+  size_t used_ = 0;         // bytes in it
+  uintptr_t released_ = 0;  // the buffer is handed back up to here
   size_t nextRelease_ = 0;
   bool releasedAny_ = false;
+  size_t countedTo_ = 0;  // a line start: the lines before it are counted
+  size_t linesBefore_ = 0;
+  std::string window_;  // the end of what expat was given in pieces
+  size_t windowStart_ = 0;
   std::vector<Frame> stack_;
   std::string text_;
   std::string cdata_;
@@ -595,9 +794,7 @@ class TextSource : public ByteSource {
     done_ += piece.size();
     return piece;
   }
-  std::string_view All() override { return text_; }
   std::optional<size_t> Size() const override { return text_.size(); }
-  void Rewind() override { done_ = 0; }
 
  private:
   std::string_view text_;
@@ -607,15 +804,8 @@ class TextSource : public ByteSource {
 }  // namespace
 
 bool ParseDocument(NodeImpl* doc, ByteSource& source, const std::string& url, ParseError& error) {
-  std::optional<size_t> size = source.Size();
-  if (size && *size > 0) {
-    Builder builder(doc);
-    auto outcome = builder.ParseWhole(source, *size, url, error);
-    if (outcome != Builder::Outcome::Again) return outcome == Builder::Outcome::Done;
-    source.Rewind();
-  }
   Builder builder(doc);
-  return builder.ParseInPieces(source, url, error);
+  return builder.Parse(source, url, error);
 }
 
 bool ParseDocument(NodeImpl* doc, std::string_view bytes, const std::string& url,
@@ -623,5 +813,22 @@ bool ParseDocument(NodeImpl* doc, std::string_view bytes, const std::string& url
   TextSource source(bytes);
   return ParseDocument(doc, source, url, error);
 }
+
+void SetInputReleaseForTesting(size_t granularity) {
+  g_release = ReleaseTuning();
+  if (granularity == 0) return;
+  g_release.simulate = true;
+  g_release.margin = 0;
+  if (granularity == SIZE_MAX) {
+    g_release.step = SIZE_MAX;
+    return;
+  }
+  g_release.page = granularity;
+  g_release.step = granularity;
+}
+
+size_t ReleasedInputBytes() { return g_releasedBytes; }
+
+void SetStreamLimitForTesting(size_t bytes) { g_streamLimit = bytes ? bytes : kStreamLimit; }
 
 }  // namespace corvale::xml

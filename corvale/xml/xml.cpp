@@ -55,24 +55,12 @@ class FileSource : public ByteSource {
     return {buffer_.get(), got};
   }
   bool Failed() const override { return failure_ != 0; }
-  // Only a regular file knows its size; pipes and the like are read until they end.
+  // Only a regular file knows its size; pipes and the like are read until they end (or give
+  // more than a load reads from them).
   std::optional<size_t> Size() const override {
     struct stat st;
     if (failure_ || ::fstat(fileno(file_), &st) != 0 || !S_ISREG(st.st_mode)) return std::nullopt;
     return static_cast<size_t>(st.st_size);
-  }
-  void Rewind() override {
-    if (!failure_ && std::fseek(file_, 0, SEEK_SET) != 0) failure_ = errno ? errno : EIO;
-  }
-  // Read again only for an error report; empty when that fails.
-  std::string_view All() override {
-    whole_.clear();
-    if (!failure_ && std::fseek(file_, 0, SEEK_SET) == 0) {
-      char piece[1 << 16];
-      size_t n;
-      while ((n = std::fread(piece, 1, sizeof piece, file_)) > 0) whole_.append(piece, n);
-    }
-    return whole_;
   }
   int failure() const { return failure_; }
 
@@ -81,7 +69,6 @@ class FileSource : public ByteSource {
   int failure_ = 0;
   std::unique_ptr<char[]> buffer_;
   size_t capacity_ = 0;
-  std::string whole_;
 };
 
 [[noreturn]] void Invalid(const char* what) {
@@ -133,15 +120,44 @@ void CheckInsert(NodeImpl* parent, NodeImpl* child, NodeImpl* ref) {
   }
 }
 
+// ---- Change counts ---------------------------------------------------------------------------
+// Whether linking or unlinking n can change the text of its new or old ancestors.
+bool CarriesText(const NodeImpl* n) {
+  switch (n->type) {
+    case NodeType::Text:
+    case NodeType::CData:
+      return !n->value.empty();
+    case NodeType::Element:
+      return n->first || !n->value.empty();
+    default:
+      return false;
+  }
+}
+
+// The text of n and of its ancestors may have changed.
+void TextChanged(NodeImpl* n) {
+  for (; n; n = n->parent) {
+    if (n->type == NodeType::Element) ++n->name->changes;
+  }
+}
+
+// child was, or is about to be, linked under or unlinked from parent.
+void Relinked(NodeImpl* parent, NodeImpl* child) {
+  if (child->type == NodeType::Element) ++child->name->changes;
+  if (parent && CarriesText(child)) TextChanged(parent);
+}
+
 // Moves child under parent before ref (null: at the end), adopting it into parent's document.
 void Insert(NodeImpl* parent, NodeImpl* child, NodeImpl* ref) {
   if (child == ref) return;  // already in place
   CheckInsert(parent, child, ref);
   Materialize(parent);
+  Relinked(child->parent, child);
   Unlink(child);
   NodeImpl* doc = parent->owner();
   if (child->doc != doc) ChangeOwner(child, doc);
   LinkBefore(parent, child, ref);
+  Relinked(parent, child);
 }
 
 NodeImpl* CopyNode(NodeImpl* src, NodeImpl* doc) {
@@ -202,19 +218,33 @@ Attr* FindAttr(const NodeImpl* n, std::string_view name) {
 
 // Calls visit for each child element of n named path, in order, until visit returns false;
 // a path of the form "A/B" selects through the children named A. Returns false when stopped.
+// A caller that stops at the first (single) has the index of an element built when it walked
+// far through its children.
 using Visit = bool (*)(void* context, NodeImpl* node);
-bool ForEachNamed(NodeImpl* n, std::string_view path, Visit visit, void* context) {
+bool ForEachNamed(NodeImpl* n, std::string_view path, Visit visit, void* context, bool single) {
   size_t slash = path.find('/');
   const Name* name = FindName(path.substr(0, slash));
   if (!name) return true;
-  for (NodeImpl* c = n->first; c; c = c->next) {
-    if (c->type != NodeType::Element || c->name != name) continue;
-    bool more = slash == std::string_view::npos
-                    ? visit(context, c)
-                    : ForEachNamed(c, path.substr(slash + 1), visit, context);
-    if (!more) return false;
+  NodeImpl* c = n->first;
+  uint32_t left = UINT32_MAX;
+  if (n->flags & kChildIndex) {
+    const IndexEntry* entry = FindIndexed(n, name);
+    if (!entry) return true;
+    c = entry->first;
+    left = entry->count;
   }
-  return true;
+  uint32_t walked = 0;
+  bool more = true;
+  for (; c && left && more; c = c->next) {
+    ++walked;
+    if (c->type != NodeType::Element || c->name != name) continue;
+    --left;
+    more = slash == std::string_view::npos
+               ? visit(context, c)
+               : ForEachNamed(c, path.substr(slash + 1), visit, context, single);
+  }
+  if (single && walked > kIndexAfter) BuildChildIndex(n);
+  return more;
 }
 
 const ParseError& NoError() {
@@ -278,6 +308,7 @@ std::string Node::nodeValue() const {
 void Node::nodeValue(std::string_view value) {
   if (!impl_ || CanHaveChildren(impl_)) return;
   impl_->value.assign(value);
+  if (impl_->type == NodeType::Text || impl_->type == NodeType::CData) TextChanged(impl_->parent);
 }
 
 std::string Node::text() const {
@@ -290,12 +321,14 @@ std::string Node::text() const {
 
 void Node::text(std::string_view value) {
   if (!impl_) return;
-  if (!CanHaveChildren(impl_)) return impl_->value.assign(value);
+  if (!CanHaveChildren(impl_)) return nodeValue(value);
   if (impl_->type == NodeType::Document && !value.empty()) {
     Invalid("text cannot stand outside the document element");
   }
+  for (NodeImpl* c = impl_->first; c; c = c->next) Relinked(nullptr, c);
   DropChildren(impl_);
   if (impl_->type == NodeType::Element) impl_->value.assign(value);
+  TextChanged(impl_);
 }
 
 Node Node::parentNode() const { return impl_ ? Wrap(impl_->parent) : Node(); }
@@ -353,6 +386,7 @@ Node Node::insertBefore(const Node& child, const Node& reference) {
 Node Node::removeChild(const Node& child) {
   if (!impl_ || !child.impl_) return {};
   if (child.impl_->parent != impl_) Invalid("the node is not a child of this node");
+  Relinked(impl_, child.impl_);
   Unlink(child.impl_);  // the caller's handle keeps it alive
   return child;
 }
@@ -369,6 +403,7 @@ Node Node::replaceChild(const Node& newChild, const Node& oldChild) {
     LinkBefore(impl_, oldChild.impl_, ref);
     throw;
   }
+  Relinked(impl_, oldChild.impl_);
   return oldChild;
 }
 
@@ -395,7 +430,7 @@ Node Node::selectSingleNode(std::string_view name) const {
         *static_cast<Node*>(context) = Wrap(n);
         return false;
       },
-      &found);
+      &found, true);
   return found;
 }
 
@@ -408,7 +443,7 @@ std::vector<Node> Node::selectNodes(std::string_view name) const {
         static_cast<std::vector<Node>*>(context)->push_back(Wrap(n));
         return true;
       },
-      &out);
+      &out, false);
   return out;
 }
 
@@ -461,6 +496,8 @@ std::string Node::xml() const {
   if (impl_) WriteMarkup(out, impl_, OutputEncoding{}, false);
   return out;
 }
+
+uint64_t ChangeCount(std::string_view elementName) { return Intern(elementName)->changes; }
 
 // ---- Documents -------------------------------------------------------------------------------
 

@@ -1,6 +1,13 @@
 // The library's own XML tree: reference-counted nodes behind cheap, nullable handles,
 // parsed by expat. Names follow the W3C DOM so that code reads like the DOM it stands for.
 //
+// - A process uses the tree from one thread at a time: nodes, names and memory pools are
+//   shared by all documents without locks.
+// - Reads may change the tree: getters of the node access helpers write the defaults they
+//   return, and asking an element for its child nodes turns its inline text into a text node.
+//   A "read-only" walk is therefore still a use that must not overlap another.
+// - Nodes and short texts come from pools that go back to the system when the last node of
+//   the last document is freed.
 // - Handles are copyable; equality is identity. Every operation on a null handle is a
 //   no-op returning a null or empty result.
 // - A handle keeps its node (and the node's owner document) alive, also after the node was
@@ -135,6 +142,15 @@ class Document : public Node {
   explicit Document(NodeImpl* impl) noexcept : Node(impl) {}
   friend struct NodeAccess;
 };
+
+// A count for the elements of one name that moves whenever, through the operations above, such
+// an element is linked into or unlinked from a parent (a move between documents included), or
+// the text of one may have changed: its own text, or text anywhere below it. While it stands
+// still, every element of that name keeps its parent, its place among its same-named siblings
+// and its text(). Loads do not move it for the elements they create (no earlier element
+// changes, except that the old content leaves the document); attribute changes never do. Cheap
+// enough to ask before every look-up in an index kept by element text.
+uint64_t ChangeCount(std::string_view elementName);
 
 // Deepest element nesting a load accepts.
 inline constexpr int kMaxDepth = 10000;

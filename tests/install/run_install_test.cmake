@@ -28,6 +28,11 @@ foreach(installed include/corvale/xml/xml.h include/corvale/core/host.h bin/corv
     message(FATAL_ERROR "${installed} was not installed")
   endif()
 endforeach()
+# The tree's node records, pools and parser are no part of the API.
+file(GLOB_RECURSE internal_headers ${prefix}/include/corvale/*/internal/*)
+if(internal_headers)
+  message(FATAL_ERROR "internal headers were installed: ${internal_headers}")
+endif()
 
 run_step("configure the host project" ${CMAKE_COMMAND} -S ${HOST_SOURCE_DIR} -B ${host_build}
   -G ${GENERATOR} -DCMAKE_CXX_COMPILER=${CXX_COMPILER} -DCMAKE_BUILD_TYPE=${BUILD_CONFIG}

@@ -4,6 +4,7 @@
 
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "corvale/binding/node_access.h"
 #include "corvale/core/error.h"
@@ -168,6 +169,48 @@ TEST_F(XmlInstrumentsTest, CatalogueIndexFollowsEveryChange) {
   ASSERT_TRUE(library.Load(sample.File()));
   EXPECT_EQ(library.Item("ZZ"), nullptr);
   EXPECT_EQ(library.Item("t1")->Name(), "Tank level");
+}
+
+TEST_F(XmlInstrumentsTest, CodeLookUpsSeeEveryEditOfTheElementsHandedOut) {
+  XMLInstruments library;
+  for (int i = 0; i < 300; ++i)
+    library.Add(NewInstrument("C" + std::to_string(i), "N" + std::to_string(i)));
+  std::vector<xml::Node> elements;
+  for (int16_t i = 1; i <= 300; ++i) elements.push_back(library.LibraryItem(i)->XMLNode());
+  // The name of the instrument a code finds ("N" and its 0-based position), or "none".
+  auto found = [&](const std::string& code) {
+    InstrumentPtr instrument = library.Item(code);
+    return instrument ? instrument->Name() : "none";
+  };
+  EXPECT_EQ(found("C299"), "N299");
+
+  // The text of CATCODE set on the element, or on its text node.
+  elements[10].selectSingleNode("CATCODE").text("NEW");
+  EXPECT_EQ(found("new"), "N10");
+  EXPECT_EQ(found("C10"), "none");
+  elements[11].selectSingleNode("CATCODE").firstChild().nodeValue("NEW");
+  EXPECT_EQ(found("NEW"), "N10");  // the first instrument holding a code
+  elements[10].selectSingleNode("CATCODE").text("OLD");
+  EXPECT_EQ(found("NEW"), "N11");
+
+  // CATCODE elements removed, put in front of another, or moved between instruments.
+  xml::Node code = elements[200].selectSingleNode("CATCODE");
+  elements[200].removeChild(code);
+  EXPECT_EQ(found("C200"), "none");
+  xml::Node front = elements[250].ownerDocument().createElement("CATCODE");
+  front.text("C200");
+  elements[250].insertBefore(front, elements[250].firstChild());
+  EXPECT_EQ(found("C200"), "N250");
+  EXPECT_EQ(found("C250"), "none");  // only the first CATCODE child counts
+  elements[5].insertBefore(front, elements[5].firstChild());
+  EXPECT_EQ(found("C200"), "N5");
+  EXPECT_EQ(found("C250"), "N250");
+
+  // A text node appended to a CATCODE element lengthens the code.
+  xml::Node last = elements[299].selectSingleNode("CATCODE");
+  last.appendChild(last.ownerDocument().createTextNode("X"));
+  EXPECT_EQ(found("C299X"), "N299");
+  EXPECT_EQ(found("C299"), "none");
 }
 
 TEST_F(XmlInstrumentsTest, IconRuleAsksTheHostForTheRightIcon) {

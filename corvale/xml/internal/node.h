@@ -26,6 +26,9 @@ struct Name {
   // the parser skips the hash lookup.
   mutable const Name* nextHint;
   mutable const Name* childHint;
+  // Moves on every public tree operation that links or unlinks an element of this name or may
+  // change the text of one (see ChangeCount in xml.h).
+  mutable uint64_t changes;
   char data[1];  // size bytes follow, then a NUL
   std::string_view view() const { return {data, size}; }
 };
@@ -91,6 +94,7 @@ struct DocData {
 
 enum NodeFlags : uint8_t {
   kPendingWhitespace = 1,  // parse-time: whitespace that goes if an element sibling follows
+  kChildIndex = 2,         // has a child index (below)
 };
 
 struct NodeImpl {
@@ -125,7 +129,7 @@ void Release(NodeImpl* n) noexcept;
 // Frees a node without parent or handles, with its descendants (iteratively).
 void DestroySubtree(NodeImpl* root) noexcept;
 
-// Raw list operations: no checks, no ownership changes.
+// Raw list operations: no checks, no ownership changes. They keep the parent's child index.
 void LinkLast(NodeImpl* parent, NodeImpl* child);
 void LinkBefore(NodeImpl* parent, NodeImpl* child, NodeImpl* ref);
 void Unlink(NodeImpl* child);
@@ -140,6 +144,30 @@ void ChangeOwner(NodeImpl* root, NodeImpl* newDoc);
 
 // Creates the text child of an element (inline when the element has no children).
 NodeImpl* NewText(NodeType type, NodeImpl* doc, std::string_view text);
+
+// ---- Child index -----------------------------------------------------------------------------
+// An element whose children a look-up by name had to walk far gets an index: for each name of
+// its child elements, the first such child and how many there are. Kept exact by the list
+// operations above and dropped with the element or its children; the parser and small
+// elements never have one.
+struct IndexEntry {
+  NodeImpl* first;
+  uint32_t count;
+};
+// Children a look-up walks before it builds the index of their parent.
+inline constexpr uint32_t kIndexAfter = 32;
+void BuildChildIndex(NodeImpl* parent);
+// Only for a parent with kChildIndex; null when no child element has the name.
+const IndexEntry* FindIndexed(const NodeImpl* parent, const Name* name);
+
+// What the pools hold: blocks handed out and not yet returned, and bytes taken from the
+// system for them. Both are 0 once the last node is freed (under AddressSanitizer, where every
+// block is its own allocation, slab bytes are always 0).
+struct PoolStats {
+  size_t liveBlocks;
+  size_t slabBytes;
+};
+PoolStats GetPoolStats();
 
 // Iterative pre-order step within the subtree of root; null when done.
 inline NodeImpl* NextInSubtree(NodeImpl* n, const NodeImpl* root) {
