@@ -31,8 +31,7 @@ double Seconds(const std::function<void()>& work) {
 
 void RunSystems(int n, bool withSource) {
   corvale::clsSystems systems;
-  // Item reads the root's SOURCE: where the file has none, finding that out walks the root's
-  // children until the XML tree indexes them by name.
+  // Item reads the root's SOURCE: a file without one must not make it walk the root's children.
   if (withSource) systems.Source("bench");
   for (int i = 0; i < n; ++i) systems.Add(std::make_shared<corvale::clsSystem>());
   for (int i = 1; i <= n; ++i) {

@@ -63,7 +63,7 @@ int RunKeyedFileCommand(const KeyedFileOptions& options, KeyedFile& file,
     // Another root: said below, as for every other document.
   }
   if (!loaded) {
-    ReportLoadFailure(report, path, file.ParseError(), command.root);
+    ReportLoadFailure(report, path, file.ParseError(), command.root, file.LoadedRootName());
     return report.Finish(nullptr, {});
   }
   const TextView text = [](std::ostream& out, const ordered_json& content) {
