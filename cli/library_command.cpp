@@ -63,10 +63,10 @@ int List(Report& report, const std::string& path, XMLInstruments& library) {
   ordered_json& list = content["instruments"] = ordered_json::array();
   const std::vector<xml::Node> elements = library.XMLNode().selectNodes("INSTRUMENT");
   // Beyond 32,767 the model cannot reach an instrument by its position.
-  const auto reachable = static_cast<int16_t>(std::min<size_t>(count, INT16_MAX));
-  for (int16_t i = 1; i <= reachable; ++i) {
+  const auto reachable = static_cast<int>(std::min<size_t>(count, INT16_MAX));
+  for (int i = 1; i <= reachable; ++i) {
     auto instrument = ReadInstrument(report, path, elements[i - 1], i, [&](std::string& where) {
-      return ReadItem(library, i, false, where);
+      return ReadItem(library, static_cast<int16_t>(i), false, where);
     });
     if (instrument && !instrument->is_null()) list.push_back(std::move(*instrument));
   }
