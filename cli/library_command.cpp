@@ -99,22 +99,26 @@ int Show(Report& report, const std::string& path, XMLInstruments& library,
 
 int RunLibrary(const LibraryOptions& options) {
   Report report(options.json);
-  XMLInstruments library;
-  if (!LoadLibraryFile(report, options.file, library)) return report.Finish(nullptr, {});
-  ReportDuplicateCodes(report, options.file, library);
-  return options.catCode.empty() ? List(report, options.file, library)
-                                 : Show(report, options.file, library, options.catCode);
+  return report.Guard(options.file, [&] {
+    XMLInstruments library;
+    if (!LoadLibraryFile(report, options.file, library)) return report.Finish(nullptr, {});
+    ReportDuplicateCodes(report, options.file, library);
+    return options.catCode.empty() ? List(report, options.file, library)
+                                   : Show(report, options.file, library, options.catCode);
+  });
 }
 
 int RunRegisterLibrary(const StartupListOptions& options) {
   Report report(options.json);
-  clsRegisterLibrary().Register(options.app, options.section, options.library);
-  if (!WildcardMatch(options.library, "*.*")) {
-    report.Problem("corvale library: " + Printable(options.library) +
-                       " is no library class or file name (it has no \".\"); nothing was added",
-                   {{"library", options.library}});
-  }
-  return report.Finish(StartupList(options), PrintStartupList);
+  return report.Guard("", [&] {
+    clsRegisterLibrary().Register(options.app, options.section, options.library);
+    if (!WildcardMatch(options.library, "*.*")) {
+      report.Problem("corvale library: " + Printable(options.library) +
+                         " is no library class or file name (it has no \".\"); nothing was added",
+                     {{"library", options.library}});
+    }
+    return report.Finish(StartupList(options), PrintStartupList);
+  });
 }
 
 int RunStartupList(const StartupListOptions& options) {

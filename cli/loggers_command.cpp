@@ -351,19 +351,21 @@ std::optional<ordered_json> Read(Report& report, const std::string& path,
 
 int RunLoggers(const LoggersOptions& options) {
   Report report(options.json);
-  const std::string& path = options.file;
-  auto loggers = std::make_shared<clsLoggerDefs>();
-  if (!LoadDefinitions(report, path, *loggers)) return report.Finish(nullptr, {});
+  return report.Guard(options.file, [&] {
+    const std::string& path = options.file;
+    auto loggers = std::make_shared<clsLoggerDefs>();
+    if (!LoadDefinitions(report, path, *loggers)) return report.Finish(nullptr, {});
 
-  if (!options.key.empty()) {
-    auto logger = Read(report, path, *loggers, options.key, true);
-    return report.Finish(logger ? std::move(*logger) : ordered_json(), PrintFull);
-  }
-  ordered_json list = ordered_json::array();
-  for (int16_t i = 1; i <= loggers->Count(); ++i) {
-    if (auto logger = Read(report, path, *loggers, i, false)) list.push_back(std::move(*logger));
-  }
-  return report.Finish({{"file", path}, {"loggers", std::move(list)}}, PrintList);
+    if (!options.key.empty()) {
+      auto logger = Read(report, path, *loggers, options.key, true);
+      return report.Finish(logger ? std::move(*logger) : ordered_json(), PrintFull);
+    }
+    ordered_json list = ordered_json::array();
+    for (int16_t i = 1; i <= loggers->Count(); ++i) {
+      if (auto logger = Read(report, path, *loggers, i, false)) list.push_back(std::move(*logger));
+    }
+    return report.Finish({{"file", path}, {"loggers", std::move(list)}}, PrintList);
+  });
 }
 
 void AddLoggersCommand(CLI::App& program) {
