@@ -158,7 +158,7 @@ TEST(CommandLine, AnUnreadableInstrumentIsNamedAndTheNextOnesListed) {
   EXPECT_EQ(listed["errors"][0]["instrument"], "W2");
 }
 
-TEST(CommandLine, ALibraryBeyondSixteenBitsIsAnErrorNotANegativeCount) {
+TEST(CommandLine, CountsBeyondSixteenBitsAreErrorsNotNegativeNumbers) {
   // Written as saved (CHANGED and BASECLASS present), so that listing it writes nothing.
   std::string text = "<PennardInstrumentLibrary><NAME>Big</NAME><CHANGED>False</CHANGED>";
   for (int i = 1; i <= 32770; ++i)
@@ -173,6 +173,18 @@ TEST(CommandLine, ALibraryBeyondSixteenBitsIsAnErrorNotANegativeCount) {
   EXPECT_EQ(run.err, path +
                          ": holds 32770 instruments; a library holds at most 32767: error 6: "
                          "Overflow\n");
+
+  // The same for the channels of one instrument; the next instrument is still listed.
+  std::string channels;
+  for (int i = 0; i < 32800; ++i) channels += "<CHANNEL/>";
+  const std::string wide =
+      WriteFile("report/wide.xml", "<L><INSTRUMENT><CATCODE>M</CATCODE><CHANNELS>" + channels +
+                                       "</CHANNELS></INSTRUMENT><INSTRUMENT><CATCODE>N"
+                                       "</CATCODE></INSTRUMENT></L>");
+  const CliRun listed = RunCli({"instrument", wide});
+  EXPECT_EQ(listed.status, 1);
+  EXPECT_EQ(listed.err, wide + ": instrument 1 (M), CHANNELS: error 6: Overflow\n");
+  EXPECT_EQ(listed.out.rfind("N \"\"", 0), 0u) << listed.out;
 }
 
 TEST(CommandLine, FileNamesCannotForgeOutput) {
