@@ -102,7 +102,7 @@ TEST(CommandLine, JsonCarriesTheContentOfTheText) {
     EXPECT_EQ(document["errors"], json::array()) << args[0];
     std::vector<std::string> strings;
     CollectStrings(document, strings);
-    EXPECT_GT(strings.size(), 2u) << run.out;
+    EXPECT_FALSE(strings.empty()) << run.out;
     for (const std::string& value : strings)
       EXPECT_TRUE(Contains(text.out, value)) << args[0] << ": \"" << value << "\" missing";
   }
