@@ -59,36 +59,38 @@ void PrintList(std::ostream& out, const ordered_json& content) {
 
 int RunInstrument(const InstrumentOptions& options) {
   Report report(options.json);
-  const std::string& file = options.file;
-  // The document is read into memory and never saved: defaults that reading materialises
-  // do not reach the file.
-  xml::Document document = xml::Document::create();
-  if (!document.load(file)) {
-    ReportParseError(report, file, document.parseError());
-    return report.Finish(nullptr, {});
-  }
-  const std::vector<xml::Node> elements = FindInstruments(document);
-
-  if (options.catCode.empty()) {
-    if (elements.empty()) std::cerr << Printable(file) << ": no instruments\n";
-    ordered_json list = ordered_json::array();
-    for (size_t i = 0; i < elements.size(); ++i) {
-      if (auto summary = Read(report, file, elements[i], i + 1, false))
-        list.push_back(std::move(*summary));
+  return report.Guard(options.file, [&] {
+    const std::string& file = options.file;
+    // The document is read into memory and never saved: defaults that reading materialises
+    // do not reach the file.
+    xml::Document document = xml::Document::create();
+    if (!document.load(file)) {
+      ReportParseError(report, file, document.parseError());
+      return report.Finish(nullptr, {});
     }
-    return report.Finish({{"file", file}, {"instruments", std::move(list)}}, PrintList);
-  }
+    const std::vector<xml::Node> elements = FindInstruments(document);
 
-  for (size_t i = 0; i < elements.size(); ++i) {
-    // Catalogue codes compare without regard to case, as libraries look them up.
-    if (!EqualsNoCase(GetNodeText(elements[i], "CATCODE", ""), options.catCode)) continue;
-    std::optional<ordered_json> details = Read(report, file, elements[i], i + 1, true);
-    return report.Finish(details ? std::move(*details) : ordered_json(), PrintInstrument);
-  }
-  report.Problem(
-      Printable(file) + ": no instrument with the catalogue code \"" + options.catCode + "\"",
-      {{"file", file}, {"instrument", options.catCode}});
-  return report.Finish(nullptr, {});
+    if (options.catCode.empty()) {
+      if (elements.empty()) std::cerr << Printable(file) << ": no instruments\n";
+      ordered_json list = ordered_json::array();
+      for (size_t i = 0; i < elements.size(); ++i) {
+        if (auto summary = Read(report, file, elements[i], i + 1, false))
+          list.push_back(std::move(*summary));
+      }
+      return report.Finish({{"file", file}, {"instruments", std::move(list)}}, PrintList);
+    }
+
+    for (size_t i = 0; i < elements.size(); ++i) {
+      // Catalogue codes compare without regard to case, as libraries look them up.
+      if (!EqualsNoCase(GetNodeText(elements[i], "CATCODE", ""), options.catCode)) continue;
+      std::optional<ordered_json> details = Read(report, file, elements[i], i + 1, true);
+      return report.Finish(details ? std::move(*details) : ordered_json(), PrintInstrument);
+    }
+    report.Problem(
+        Printable(file) + ": no instrument with the catalogue code \"" + options.catCode + "\"",
+        {{"file", file}, {"instrument", options.catCode}});
+    return report.Finish(nullptr, {});
+  });
 }
 
 void AddInstrumentCommand(CLI::App& program) {

@@ -75,9 +75,13 @@ class Reader {
   std::string part_;
 };
 
+// The model counts in 16 bits: a negative count is a list too long for it, an error of the
+// document rather than a number to print.
 template <class Collection>
 int CountOf(const std::shared_ptr<Collection>& collection) {
-  return collection ? collection->Count() : 0;
+  const int count = collection ? collection->Count() : 0;
+  if (count < 0) throw Error(err::kOverflow);
+  return count;
 }
 
 ordered_json Channels(IInstrument& instrument, std::string& where) {

@@ -63,10 +63,10 @@ int List(Report& report, const std::string& path, XMLInstruments& library) {
   ordered_json& list = content["instruments"] = ordered_json::array();
   const std::vector<xml::Node> elements = library.XMLNode().selectNodes("INSTRUMENT");
   // Beyond 32,767 the model cannot reach an instrument by its position.
-  const auto reachable = static_cast<int16_t>(std::min<size_t>(count, INT16_MAX));
-  for (int16_t i = 1; i <= reachable; ++i) {
+  const auto reachable = static_cast<int>(std::min<size_t>(count, INT16_MAX));
+  for (int i = 1; i <= reachable; ++i) {
     auto instrument = ReadInstrument(report, path, elements[i - 1], i, [&](std::string& where) {
-      return ReadItem(library, i, false, where);
+      return ReadItem(library, static_cast<int16_t>(i), false, where);
     });
     if (instrument && !instrument->is_null()) list.push_back(std::move(*instrument));
   }
@@ -99,22 +99,26 @@ int Show(Report& report, const std::string& path, XMLInstruments& library,
 
 int RunLibrary(const LibraryOptions& options) {
   Report report(options.json);
-  XMLInstruments library;
-  if (!LoadLibraryFile(report, options.file, library)) return report.Finish(nullptr, {});
-  ReportDuplicateCodes(report, options.file, library);
-  return options.catCode.empty() ? List(report, options.file, library)
-                                 : Show(report, options.file, library, options.catCode);
+  return report.Guard(options.file, [&] {
+    XMLInstruments library;
+    if (!LoadLibraryFile(report, options.file, library)) return report.Finish(nullptr, {});
+    ReportDuplicateCodes(report, options.file, library);
+    return options.catCode.empty() ? List(report, options.file, library)
+                                   : Show(report, options.file, library, options.catCode);
+  });
 }
 
 int RunRegisterLibrary(const StartupListOptions& options) {
   Report report(options.json);
-  clsRegisterLibrary().Register(options.app, options.section, options.library);
-  if (!WildcardMatch(options.library, "*.*")) {
-    report.Problem("corvale library: " + Printable(options.library) +
-                       " is no library class or file name (it has no \".\"); nothing was added",
-                   {{"library", options.library}});
-  }
-  return report.Finish(StartupList(options), PrintStartupList);
+  return report.Guard("", [&] {
+    clsRegisterLibrary().Register(options.app, options.section, options.library);
+    if (!WildcardMatch(options.library, "*.*")) {
+      report.Problem("corvale library: " + Printable(options.library) +
+                         " is no library class or file name (it has no \".\"); nothing was added",
+                     {{"library", options.library}});
+    }
+    return report.Finish(StartupList(options), PrintStartupList);
+  });
 }
 
 int RunStartupList(const StartupListOptions& options) {

@@ -223,6 +223,17 @@ void PrintRequests(std::ostream& out, const ordered_json& requests) {
   }
 }
 
+// The channel's name, base address and format, those it has, on one line.
+void PrintNames(std::ostream& out, const ordered_json& channel) {
+  std::string line;
+  for (const auto& [label, field] :
+       {std::pair{"name", "name"}, {"base address", "baseAddress"}, {"format", "format"}}) {
+    const std::string text = channel.value(field, "");
+    if (!text.empty()) line += (line.empty() ? "" : "; ") + std::string(label) + ": " + text;
+  }
+  if (!line.empty()) out << "      " << line << "\n";
+}
+
 void PrintFull(std::ostream& out, const ordered_json& logger) {
   out << "Logger " << Text(logger["key"]) << ": " << Text(logger["name"]) << "\n";
   for (const auto& [label, field] : {std::pair{"Catalogue code", "catCode"},
@@ -256,6 +267,7 @@ void PrintFull(std::ostream& out, const ordered_json& logger) {
       out << ", no range";
     if (channel["virtual"].get<bool>()) out << ", virtual";
     out << "; " << Text(channel["stateText"]) << "\n";
+    PrintNames(out, channel);
     if (!Text(channel["description"]).empty())
       out << "      " << Text(channel["description"]) << "\n";
     PrintRequests(out, channel["requests"]);
@@ -265,6 +277,7 @@ void PrintFull(std::ostream& out, const ordered_json& logger) {
     out << "  " << Text(channel["key"]) << ": "
         << Coded(channel["channelTypeName"], channel["channelType"]) << "; "
         << Text(channel["stateText"]) << "\n";
+    PrintNames(out, channel);
     if (!Text(channel["description"]).empty())
       out << "      " << Text(channel["description"]) << "\n";
     PrintRequests(out, channel["requests"]);
@@ -338,19 +351,21 @@ std::optional<ordered_json> Read(Report& report, const std::string& path,
 
 int RunLoggers(const LoggersOptions& options) {
   Report report(options.json);
-  const std::string& path = options.file;
-  auto loggers = std::make_shared<clsLoggerDefs>();
-  if (!LoadDefinitions(report, path, *loggers)) return report.Finish(nullptr, {});
+  return report.Guard(options.file, [&] {
+    const std::string& path = options.file;
+    auto loggers = std::make_shared<clsLoggerDefs>();
+    if (!LoadDefinitions(report, path, *loggers)) return report.Finish(nullptr, {});
 
-  if (!options.key.empty()) {
-    auto logger = Read(report, path, *loggers, options.key, true);
-    return report.Finish(logger ? std::move(*logger) : ordered_json(), PrintFull);
-  }
-  ordered_json list = ordered_json::array();
-  for (int16_t i = 1; i <= loggers->Count(); ++i) {
-    if (auto logger = Read(report, path, *loggers, i, false)) list.push_back(std::move(*logger));
-  }
-  return report.Finish({{"file", path}, {"loggers", std::move(list)}}, PrintList);
+    if (!options.key.empty()) {
+      auto logger = Read(report, path, *loggers, options.key, true);
+      return report.Finish(logger ? std::move(*logger) : ordered_json(), PrintFull);
+    }
+    ordered_json list = ordered_json::array();
+    for (int16_t i = 1; i <= loggers->Count(); ++i) {
+      if (auto logger = Read(report, path, *loggers, i, false)) list.push_back(std::move(*logger));
+    }
+    return report.Finish({{"file", path}, {"loggers", std::move(list)}}, PrintList);
+  });
 }
 
 void AddLoggersCommand(CLI::App& program) {

@@ -38,54 +38,56 @@ void PrintMerged(std::ostream& out, const ordered_json& content) {
 
 int RunMerge(const MergeOptions& options) {
   Report report(options.json);
-  const std::string& mergeFile = options.mergeFile;
-  const std::string& targetFile = options.targetFile;
-  UseTerminalHost(options.yes);
+  return report.Guard(options.targetFile, [&] {
+    const std::string& mergeFile = options.mergeFile;
+    const std::string& targetFile = options.targetFile;
+    UseTerminalHost(options.yes);
 
-  XMLMergeInstruments merge;
-  if (!merge.Load(mergeFile)) {
-    ReportLoadFailure(report, mergeFile, merge.ParseError(), "MERGEINSTRUMENTS",
-                      merge.LoadedRootName());
-    return report.Finish(nullptr, {});
-  }
-  const std::string target = merge.Target();
-  if (target.empty()) {
-    report.Problem(Printable(mergeFile) + ": names no TARGET library", {{"file", mergeFile}});
-    return report.Finish(nullptr, {});
-  }
-  auto library = std::make_shared<XMLInstruments>();
-  if (!LoadLibraryFile(report, targetFile, *library)) return report.Finish(nullptr, {});
-  if (ReportDuplicateCodes(report, targetFile, *library) > 0) {
-    report.Problem(Printable(targetFile) + ": not merged: catalogue codes must be unique",
-                   {{"file", targetFile}});
-    return report.Finish(nullptr, {});
-  }
+    XMLMergeInstruments merge;
+    if (!merge.Load(mergeFile)) {
+      ReportLoadFailure(report, mergeFile, merge.ParseError(), "MERGEINSTRUMENTS",
+                        merge.LoadedRootName());
+      return report.Finish(nullptr, {});
+    }
+    const std::string target = merge.Target();
+    if (target.empty()) {
+      report.Problem(Printable(mergeFile) + ": names no TARGET library", {{"file", mergeFile}});
+      return report.Finish(nullptr, {});
+    }
+    auto library = std::make_shared<XMLInstruments>();
+    if (!LoadLibraryFile(report, targetFile, *library)) return report.Finish(nullptr, {});
+    if (ReportDuplicateCodes(report, targetFile, *library) > 0) {
+      report.Problem(Printable(targetFile) + ": not merged: catalogue codes must be unique",
+                     {{"file", targetFile}});
+      return report.Finish(nullptr, {});
+    }
 
-  // Whatever class the merge file names as its target, here it is the library file given.
-  RegisterClass(target, [library] { return library; });
-  merge.Libraries(std::make_shared<clsLibraries>());
-  const MergeResult result = merge.MergeInstruments();
-  if (result.cancelled) {
-    report.Problem("merge cancelled: " + Printable(targetFile) + " is unchanged",
-                   {{"file", targetFile}});
-    return report.Finish(nullptr, {});
-  }
-  ordered_json content = {{"mergeFile", mergeFile}, {"targetFile", targetFile}};
-  ordered_json& added = content["added"] = ordered_json::array();
-  for (const MergeChange& change : result.added) {
-    added.push_back({{"catCode", change.catCode},
-                     {"name", change.name},
-                     {"version", Number(change.newVersion)}});
-  }
-  ordered_json& replaced = content["replaced"] = ordered_json::array();
-  for (const MergeChange& change : result.replaced) {
-    replaced.push_back({{"catCode", change.catCode},
-                        {"name", change.name},
-                        {"oldVersion", Number(change.oldVersion)},
-                        {"version", Number(change.newVersion)}});
-  }
-  content["instruments"] = InstrumentCount(report, targetFile, *library);
-  return report.Finish(std::move(content), PrintMerged);
+    // Whatever class the merge file names as its target, here it is the library file given.
+    RegisterClass(target, [library] { return library; });
+    merge.Libraries(std::make_shared<clsLibraries>());
+    const MergeResult result = merge.MergeInstruments();
+    if (result.cancelled) {
+      report.Problem("merge cancelled: " + Printable(targetFile) + " is unchanged",
+                     {{"file", targetFile}});
+      return report.Finish(nullptr, {});
+    }
+    ordered_json content = {{"mergeFile", mergeFile}, {"targetFile", targetFile}};
+    ordered_json& added = content["added"] = ordered_json::array();
+    for (const MergeChange& change : result.added) {
+      added.push_back({{"catCode", change.catCode},
+                       {"name", change.name},
+                       {"version", Number(change.newVersion)}});
+    }
+    ordered_json& replaced = content["replaced"] = ordered_json::array();
+    for (const MergeChange& change : result.replaced) {
+      replaced.push_back({{"catCode", change.catCode},
+                          {"name", change.name},
+                          {"oldVersion", Number(change.oldVersion)},
+                          {"version", Number(change.newVersion)}});
+    }
+    content["instruments"] = InstrumentCount(report, targetFile, *library);
+    return report.Finish(std::move(content), PrintMerged);
+  });
 }
 
 void AddMergeCommand(CLI::App& program) {

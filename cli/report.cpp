@@ -1,10 +1,12 @@
 #include "cli/report.h"
 
 #include <cstdio>
+#include <exception>
 #include <iostream>
 #include <utility>
 
 #include "corvale/core/convert.h"
+#include "corvale/core/log.h"
 
 namespace corvale::cli {
 
@@ -19,6 +21,20 @@ void Report::Problem(const std::string& where, const Error& error, ordered_json 
   fields["description"] = error.description();
   Problem(where + ": error " + std::to_string(error.number()) + ": " + error.description(),
           std::move(fields));
+}
+
+int Report::Guard(const std::string& file, const std::function<int()>& work) {
+  try {
+    return work();
+  } catch (...) {
+    const Error error = ErrorFromException(std::current_exception());
+    if (file.empty()) {
+      Problem("corvale", error);
+    } else {
+      Problem(Printable(file), error, {{"file", file}});
+    }
+    return Finish(nullptr, {});
+  }
 }
 
 int Report::Finish(ordered_json content, const TextView& text) {

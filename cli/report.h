@@ -31,6 +31,11 @@ class Report {
   void Problem(const std::string& where, const Error& error,
                ordered_json fields = ordered_json::object());
 
+  // Runs a command's work. A failure that escapes it is reported as a problem of `file` (the
+  // document it was working on, if any) and ends the command with status 1, with --json still
+  // printing its one document.
+  int Guard(const std::string& file, const std::function<int()>& work);
+
   bool Failed() const { return !errors_.empty(); }
   bool Json() const { return json_; }
 

@@ -70,7 +70,8 @@ TEST(CheckCommand, UsageErrorsHelpAndVersion) {
 
   CliRun help = RunCli({"--help"});
   EXPECT_EQ(help.status, 0);
-  EXPECT_TRUE(std::regex_search(help.out, std::regex("\n  check FILE\\.\\.\\. \\[--json\\]\n      load ")));
+  EXPECT_TRUE(
+      std::regex_search(help.out, std::regex("\n  check FILE\\.\\.\\. \\[--json\\]\n      load ")));
   CliRun checkHelp = RunCli({"check", "--help"});
   EXPECT_EQ(checkHelp.status, 0);
   EXPECT_EQ(checkHelp.out.rfind("usage: corvale check FILE... [--json]\n", 0), 0u) << checkHelp.out;
