@@ -13,5 +13,6 @@ int RunInstrument(const std::vector<std::string>& args);
 int RunLibrary(const std::vector<std::string>& args);
 int RunLoggers(const std::vector<std::string>& args);
 int RunMerge(const std::vector<std::string>& args);
+int RunRun(const std::vector<std::string>& args);
 
 }  // namespace corvale::cli

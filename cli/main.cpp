@@ -38,6 +38,9 @@ constexpr Command kCommands[] = {
      "resources and channels"},
     {"merge", corvale::cli::RunMerge,
      "MERGEFILE --target-file LIBRARYFILE [--yes]  merge an extension module into a library"},
+    {"run", corvale::cli::RunRun,
+     "[--marker TEXT] [--timeout S] [--json] -- COMMAND...  run a tool-chain command through the "
+     "capture stub and print its output from the marker on; S seconds without output end it"},
 };
 
 void PrintUsage(std::ostream& out) {
