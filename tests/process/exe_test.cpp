@@ -5,12 +5,14 @@
 #include <gtest/gtest.h>
 #include <sys/wait.h>
 
+#include <chrono>
 #include <cmath>
 #include <filesystem>
 #include <fstream>
 #include <functional>
 #include <memory>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "corvale/core/registry.h"
@@ -64,14 +66,18 @@ struct Session {
   Session() { exe.Listener(output); }
 };
 
-// Whether a process is gone (or only waits to be reaped by whoever adopted it).
+// Whether a process is gone (or only waits to be reaped by whoever adopted it); a signal takes
+// a moment to land, so this looks for a second at most.
 bool Ended(const std::string& pidFile) {
   const std::string pid = ReadFile(pidFile);
   if (pid.empty()) return false;
-  std::ifstream stat("/proc/" + pid.substr(0, pid.find('\n')) + "/stat");
-  std::string line;
-  if (!std::getline(stat, line)) return true;
-  return line.substr(line.rfind(')') + 2, 1) == "Z";
+  for (int look = 0; look < 100; ++look) {
+    std::ifstream stat("/proc/" + pid.substr(0, pid.find('\n')) + "/stat");
+    std::string line;
+    if (!std::getline(stat, line) || line.substr(line.rfind(')') + 2, 1) == "Z") return true;
+    std::this_thread::sleep_for(std::chrono::milliseconds(10));
+  }
+  return false;
 }
 
 TEST(RedirectDOSEXE, PassesOutputFromTheMarkerOnInOrderAndWhole) {
