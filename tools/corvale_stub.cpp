@@ -4,8 +4,10 @@
 // by blanks) through /bin/sh -c with this program's standard input, output and error, and ends
 // it with everything it started once LIMIT_MS milliseconds have passed (0 or less: no limit).
 // Exits with the command's status, 128 + the signal that ended it, or 124 at the limit.
-// A termination request to the stub ends the command as well.
+// A termination request to the stub, or the end of the program that started it, ends the
+// command as well.
 #include <signal.h>
+#include <sys/prctl.h>
 #include <sys/time.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -56,6 +58,10 @@ int main(int argc, char** argv) {
   for (int i = 1; i < argc - 1; ++i) command += (i > 1 ? " " : "") + std::string(argv[i]);
 
   for (int signal : {SIGTERM, SIGINT, SIGHUP}) Handle(signal, OnTermination);
+  // A runner that dies (a host killed, a terminal closed) takes the command with it.
+  const pid_t runner = getppid();
+  prctl(PR_SET_PDEATHSIG, SIGTERM);
+  if (getppid() != runner) return 126;
   Handle(SIGALRM, OnLimit);
   const pid_t child = fork();
   if (child < 0) {
