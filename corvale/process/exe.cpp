@@ -15,7 +15,9 @@ namespace corvale {
 namespace {
 
 constexpr size_t kReadLimit = 256;  // bytes taken from the pipe a round
-constexpr int kPollMs = 20;         // longest wait between rounds: the host stays responsive
+// A round waits at most this long for output or for the program's end, instead of spinning;
+// the host's user interface stays alive all the same.
+constexpr int kPollMs = 20;
 constexpr double kSecondsPerDay = 86400;
 constexpr std::string_view kTimeoutText = "Timeout!\r\nProcess failed";
 
