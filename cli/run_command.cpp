@@ -1,88 +1,77 @@
 // corvale run [--marker TEXT] [--timeout S] [--json] -- COMMAND...: runs a tool-chain command
 // the way a host runs the logger compiler, through the capture stub, and prints what the runner
-// passes on, piece by piece as it arrives.
+// passes on.
 #include <unistd.h>
 
-#include <charconv>
 #include <iostream>
 #include <memory>
-#include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
 
 #include "cli/cli_util.h"
+#include "cli/command.h"
 #include "cli/commands.h"
+#include "cli/report.h"
 #include "corvale/process/exe.h"
 
 namespace corvale::cli {
 namespace {
 
-struct RunOptions {
-  std::string command;
-  std::string marker;
-  int32_t timeout = 0;
-  bool json = false;
-};
-
-// One piece of passed-on output: as it is, or as one JSON line {"output": ...}.
-void ReportPiece(std::ostream& out, std::string_view piece, bool json) {
-  if (json) {
-    out << nlohmann::json{{"output", piece}}.dump(-1, ' ', false,
-                                                  nlohmann::json::error_handler_t::replace)
-        << "\n";
-  } else {
-    out << piece;
-  }
-  out.flush();
-}
-
-class PrintingListener : public ProcessListener {
+// Text goes out piece by piece as it arrives, since following a long compile is the point; the
+// JSON document keeps the same pieces and comes at the end.
+class OutputListener : public ProcessListener {
  public:
-  PrintingListener(std::ostream& out, bool json) : out_(out), json_(json) {}
-  void RedirOutput(std::string_view text) override { ReportPiece(out_, text, json_); }
+  explicit OutputListener(bool json) : json_(json) {}
+  void RedirOutput(std::string_view text) override {
+    if (json_) {
+      pieces.push_back(std::string(text));
+    } else {
+      std::cout << text << std::flush;
+    }
+  }
+  ordered_json pieces = ordered_json::array();
 
  private:
-  std::ostream& out_;
   bool json_;
 };
 
-RunOptions ParseRunOptions(const std::vector<std::string>& arguments) {
-  std::vector<std::string> options = arguments, words;
-  for (size_t i = 0; i < arguments.size(); ++i) {
-    if (arguments[i] != "--") continue;
-    options.assign(arguments.begin(), arguments.begin() + static_cast<std::ptrdiff_t>(i));
-    words.assign(arguments.begin() + static_cast<std::ptrdiff_t>(i) + 1, arguments.end());
-    break;
-  }
-  RunOptions run;
-  run.json = TakeFlag(options, "--json");
-  run.marker = TakeOption(options, "--marker").value_or("");
-  if (const auto timeout = TakeOption(options, "--timeout")) {
-    const char* end = timeout->data() + timeout->size();
-    if (std::from_chars(timeout->data(), end, run.timeout).ptr != end || timeout->empty())
-      throw UsageError("--timeout takes whole seconds");
-  }
-  RejectUnknownOptions(options);
-  words.insert(words.begin(), options.begin(), options.end());
-  if (words.empty()) throw UsageError("give the COMMAND to run");
-  for (const std::string& word : words) run.command += (run.command.empty() ? "" : " ") + word;
-  return run;
-}
-
 }  // namespace
 
-int RunRun(const std::vector<std::string>& args) {
-  const RunOptions run = ParseRunOptions(args);
+int RunRun(const RunOptions& options) {
+  Report report(options.json);
+  std::string commandLine;
+  for (const std::string& word : options.command)
+    commandLine += (commandLine.empty() ? "" : " ") + word;
   const std::string stub = StubPath();
   if (access(stub.c_str(), X_OK) != 0) {
-    std::cerr << "corvale run: the capture stub " << stub
-              << " is missing or cannot be run (set CORVALE_HOME to its folder)\n";
-    return kExitFailure;
+    report.Problem("the capture stub " + Printable(stub) +
+                   " is missing or cannot be run (set CORVALE_HOME to its folder)");
+    return report.Finish(nullptr, {});
   }
   clsEXE exe;
-  exe.Listener(std::make_shared<PrintingListener>(std::cout, run.json));
-  exe.RedirectDOSEXE(run.command, run.marker, run.timeout);
-  return kExitOk;
+  auto output = std::make_shared<OutputListener>(options.json);
+  exe.Listener(output);
+  exe.RedirectDOSEXE(commandLine, options.marker, options.timeout);
+  ordered_json content = {{"command", commandLine},
+                          {"marker", options.marker},
+                          {"timeout", options.timeout},
+                          {"output", std::move(output->pieces)}};
+  return report.Finish(options.json ? std::move(content) : ordered_json(), {});
+}
+
+void AddRunCommand(CLI::App& program) {
+  auto options = std::make_shared<RunOptions>();
+  CLI::App& command = *program.add_subcommand(
+      "run",
+      "run a tool-chain command through the capture stub and print its output from the marker "
+      "on; S seconds without output end it");
+  command.add_option("--marker", options->marker, "print from the first TEXT on (any case)")
+      ->type_name("TEXT");
+  command.add_option("--timeout", options->timeout, "seconds without output that end it (0: none)")
+      ->type_name("S");
+  command.add_option("COMMAND", options->command, "the command (put -- before it)")->required();
+  AddJsonFlag(command, options->json);
+  OnRun(command, [options] { return RunRun(*options); });
 }
 
 }  // namespace corvale::cli

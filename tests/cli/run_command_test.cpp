@@ -2,7 +2,6 @@
 #include <gtest/gtest.h>
 
 #include <nlohmann/json.hpp>
-#include <sstream>
 #include <string>
 
 #include "tests/support/test_support.h"
@@ -20,10 +19,13 @@ TEST(RunCommand, PrintsOutputFromTheMarkerOn) {
 
   CliRun json = RunCli({"run", "--json", "--timeout", "5", "--", "echo", "a", "b"});
   ASSERT_EQ(json.status, 0) << json.err;
-  std::istringstream lines(json.out);
-  std::string all, line;
-  while (std::getline(lines, line)) all += nlohmann::json::parse(line)["output"].get<std::string>();
+  const auto document = nlohmann::json::parse(json.out);
+  std::string all;
+  for (const auto& piece : document["output"]) all += piece.get<std::string>();
   EXPECT_EQ(all, "a b\n");
+  EXPECT_EQ(document["command"], "echo a b");
+  EXPECT_EQ(document["timeout"], 5);
+  EXPECT_TRUE(document["errors"].empty());
 
   EXPECT_EQ(RunCli({"run", "--timeout", "soon", "--", "true"}).status, 2);
   EXPECT_EQ(RunCli({"run", "--marker", "x"}).status, 2);
