@@ -19,6 +19,12 @@
 #include "corvale/resources/logger_resource_request.h"
 #include "corvale/resources/logger_resource_users.h"
 #include "corvale/resources/logger_resources.h"
+#include "corvale/scheme/error.h"
+#include "corvale/scheme/errors.h"
+#include "corvale/scheme/log.h"
+#include "corvale/scheme/log_buffer.h"
+#include "corvale/scheme/log_buffers.h"
+#include "corvale/scheme/log_entries.h"
 
 namespace corvale {
 
@@ -43,6 +49,12 @@ void RegisterBuiltInClasses() {
   RegisterClassOf<clsLoggerResourceList>("Corvale2.clsLoggerResourceList");
   RegisterClassOf<clsLoggerResourceRequest>("Corvale2.clsLoggerResourceRequest");
   RegisterClassOf<clsEXE>("Corvale2.clsEXE");
+  RegisterClassOf<clsErrors>("Corvale2.clsErrors");
+  RegisterClassOf<clsError>("Corvale2.clsError");
+  RegisterClassOf<clsLogBuffers>("Corvale2.clsLogBuffers");
+  RegisterClassOf<clsLogBuffer>("Corvale2.clsLogBuffer");
+  RegisterClassOf<clsLogEntries>("Corvale2.clsLogEntries");
+  RegisterClassOf<clsLog>("Corvale2.clsLog");
 }
 
 }  // namespace corvale
