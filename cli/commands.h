@@ -108,5 +108,13 @@ int RunSchemeRemove(const SchemeRemoveOptions& options);
 int RunSchemeShow(const SchemeShowOptions& options);
 int RunSchemeCompile(const SchemeCompileOptions& options);
 void AddSchemeCommand(CLI::App& program);
+struct RunOptions {
+  std::vector<std::string> command;  // joined by blanks into one command line
+  std::string marker;                // empty: print everything
+  int32_t timeout = 0;               // idle seconds; 0: none
+  bool json = false;
+};
+int RunRun(const RunOptions& options);
+void AddRunCommand(CLI::App& program);
 
 }  // namespace corvale::cli

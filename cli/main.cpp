@@ -17,5 +17,6 @@ int main(int argc, char** argv) {
   corvale::cli::AddSystemsCommand(program);
   corvale::cli::AddScaleCommand(program);
   corvale::cli::AddSchemeCommand(program);
+  corvale::cli::AddRunCommand(program);
   return corvale::cli::RunProgram(program, argc, argv);
 }

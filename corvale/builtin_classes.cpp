@@ -13,6 +13,7 @@
 #include "corvale/loggers/logger_input_channels.h"
 #include "corvale/loggers/logger_output_channel.h"
 #include "corvale/loggers/logger_output_channels.h"
+#include "corvale/process/exe.h"
 #include "corvale/resources/logger_resource.h"
 #include "corvale/resources/logger_resource_list.h"
 #include "corvale/resources/logger_resource_request.h"
@@ -51,6 +52,7 @@ void RegisterBuiltInClasses() {
   RegisterClassOf<clsLoggerResourceUsers>("Corvale2.clsLoggerResourceUsers");
   RegisterClassOf<clsLoggerResourceList>("Corvale2.clsLoggerResourceList");
   RegisterClassOf<clsLoggerResourceRequest>("Corvale2.clsLoggerResourceRequest");
+  RegisterClassOf<clsEXE>("Corvale2.clsEXE");
   RegisterClassOf<clsErrors>("Corvale2.clsErrors");
   RegisterClassOf<clsError>("Corvale2.clsError");
   RegisterClassOf<clsLogBuffers>("Corvale2.clsLogBuffers");

@@ -31,6 +31,9 @@ class ProcessListener {
  public:
   virtual ~ProcessListener() = default;
   virtual void RedirOutput(std::string_view /*text*/) {}
+  // Part of the interface hosts know; the runner never raises it (a call returns when the
+  // program has finished).
+  virtual void ProcessFinished() {}
 };
 
 using SchemeListenerPtr = std::shared_ptr<SchemeListener>;
