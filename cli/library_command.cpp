@@ -25,7 +25,7 @@ void PrintStartupList(const std::string &app, const std::string &section) {
 int Register(const std::vector<std::string> &args) {
   if (args.size() != 4) throw UsageError("register takes APP SECTION LIBRARY");
   const std::string &library = args[3];
-  clsRegisterLibrary().Register(args[1], args[2], library);
+  clsRegisterLibrary::AddToStartupList(args[1], args[2], library);
   PrintStartupList(args[1], args[2]);
   if (!WildcardMatch(library, "*.*")) {
     std::cerr << "corvale library: " << library

@@ -8,6 +8,7 @@
 #include "cli/cli_util.h"
 #include "cli/commands.h"
 #include "cli/library_report.h"
+#include "corvale/core/atomic_file.h"
 #include "corvale/core/convert.h"
 #include "corvale/core/registry.h"
 #include "corvale/libraries/libraries.h"
@@ -36,6 +37,9 @@ int RunMerge(const std::vector<std::string>& arguments) {
     std::cerr << mergeFile << ": names no TARGET library\n";
     return kExitFailure;
   }
+  // Held from reading the library to replacing it, so that merges running at the same time
+  // follow one another instead of each saving over the other's instruments.
+  const FileLock lock(*targetFile);
   auto library = std::make_shared<XMLInstruments>();
   if (!LoadLibraryFile(*targetFile, *library)) return kExitFailure;
   if (ReportDuplicateCodes(*targetFile, *library) > 0) {

@@ -15,6 +15,7 @@ inline constexpr int32_t kOverflow = 6;
 inline constexpr int32_t kSubscriptOutOfRange = 9;
 inline constexpr int32_t kTypeMismatch = 13;
 inline constexpr int32_t kFileNotFound = 53;
+inline constexpr int32_t kPermissionDenied = 70;
 inline constexpr int32_t kPathFileAccess = 75;
 inline constexpr int32_t kObjectNotSet = 91;
 inline constexpr int32_t kCannotCreateObject = 429;
@@ -31,6 +32,8 @@ inline constexpr int32_t kAdd3 = static_cast<int32_t>(0x800403EBu);
 inline constexpr int32_t kAdd4 = static_cast<int32_t>(0x800403ECu);
 inline constexpr int32_t kAdd5 = static_cast<int32_t>(0x800403EDu);
 inline constexpr int32_t kAdd6 = static_cast<int32_t>(0x800403EEu);
+// A save refused because the file changed on disk since the document was read from it.
+inline constexpr int32_t kFileChanged = static_cast<int32_t>(0x80040100u);
 }  // namespace err
 
 // The description a user of the original platform sees for a standard number;
