@@ -12,6 +12,7 @@
 #include <condition_variable>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <functional>
 #include <map>
 #include <mutex>
@@ -29,13 +30,6 @@ constexpr std::string_view kTempMark = ".corvale-";
 constexpr std::string_view kTempSuffix = ".tmp";
 // Temporary names start with the target's name; a long name is cut so they still fit.
 constexpr size_t kNamePrefixMax = 160;
-
-[[noreturn]] void Fail(const std::string& what, const std::string& path, int code) {
-  const bool denied = code == EACCES || code == EPERM || code == EROFS;
-  const int32_t number = denied ? err::kPermissionDenied : err::kPathFileAccess;
-  throw Error(number, StandardDescription(number) + ": cannot " + what + " '" + path +
-                          "': " + std::strerror(code));
-}
 
 std::pair<std::string, std::string> SplitPath(const std::string& path) {
   const size_t slash = path.rfind('/');
@@ -148,13 +142,23 @@ bool LinkUnnamed(int fd, int dirFd, const std::string& tempName) {
 
 }  // namespace
 
+void RaiseFileError(std::string_view what, const std::string& path, int code) {
+  const bool denied = code == EACCES || code == EPERM || code == EROFS;
+  const int32_t number = denied ? err::kPermissionDenied : err::kPathFileAccess;
+  throw Error(number, StandardDescription(number) + ": cannot " + std::string(what) + " '" + path +
+                          "': " + std::strerror(code));
+}
+
 FileStamp StampFile(const std::string& path) {
   struct stat st;
   if (::stat(path.c_str(), &st) != 0) return {};
   return StampOf(st);
 }
 
-std::string ResolveSaveTarget(const std::string& path) {
+namespace {
+
+// path with the symbolic links of its last component followed.
+std::string FollowLinks(const std::string& path) {
   std::string target = path;
   for (int hops = 0; hops < 40; ++hops) {
     struct stat st;
@@ -168,15 +172,28 @@ std::string ResolveSaveTarget(const std::string& path) {
   return target;
 }
 
+}  // namespace
+
+std::string ResolveSaveTarget(const std::string& path) {
+  // One spelling per file, so that locks and stamps taken through "a.xml", "./a.xml" or a
+  // linked folder all meet.
+  const auto [folder, name] = SplitPath(FollowLinks(path));
+  std::error_code error;
+  const std::filesystem::path real = std::filesystem::weakly_canonical(folder, error);
+  if (error || real.empty()) return folder + "/" + name;
+  const std::string canonical = real.string();
+  return canonical == "/" ? "/" + name : canonical + "/" + name;
+}
+
 FileStamp ReplaceFile(const std::string& path, std::string_view bytes) {
   const std::string target = ResolveSaveTarget(path);
   const auto [folder, name] = SplitPath(target);
-  if (name.empty() || name == "." || name == "..") Fail("save", path, EISDIR);
+  if (name.empty() || name == "." || name == "..") RaiseFileError("save", path, EISDIR);
 
   struct stat old;
   const bool exists = ::stat(target.c_str(), &old) == 0;
-  if (exists && S_ISDIR(old.st_mode)) Fail("save", path, EISDIR);
-  if (exists && !MayWrite(old, target)) Fail("save", path, EACCES);
+  if (exists && S_ISDIR(old.st_mode)) RaiseFileError("save", path, EISDIR);
+  if (exists && !MayWrite(old, target)) RaiseFileError("save", path, EACCES);
   mode_t mode;
   if (exists) {
     mode = old.st_mode & 07777;
@@ -187,7 +204,7 @@ FileStamp ReplaceFile(const std::string& path, std::string_view bytes) {
   }
 
   Fd dir(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-  if (dir.get() < 0) Fail("save", path, errno);
+  if (dir.get() < 0) RaiseFileError("save", path, errno);
   RemoveStaleTemporaries(dir.get(), name);
 
   const std::string tempName = NewTempName(name);
@@ -196,13 +213,13 @@ FileStamp ReplaceFile(const std::string& path, std::string_view bytes) {
   if (file.get() < 0) {
     file.Reset(
         ::openat(dir.get(), tempName.c_str(), O_CREAT | O_EXCL | O_WRONLY | O_CLOEXEC, 0600));
-    if (file.get() < 0) Fail("save", path, errno);
+    if (file.get() < 0) RaiseFileError("save", path, errno);
     named = true;
   }
   auto fail = [&](int code) {
     file.Reset();
     if (named) ::unlinkat(dir.get(), tempName.c_str(), 0);
-    Fail("save", path, code);
+    RaiseFileError("save", path, code);
   };
 
   if (::fchmod(file.get(), mode) != 0) fail(errno);
@@ -226,10 +243,11 @@ FileStamp ReplaceFile(const std::string& path, std::string_view bytes) {
   if (::renameat(dir.get(), tempName.c_str(), dir.get(), name.c_str()) != 0) {
     const int code = errno;
     ::unlinkat(dir.get(), tempName.c_str(), 0);
-    Fail("save", path, code);
+    RaiseFileError("save", path, code);
   }
   // The rename is only durable once the folder is; some file systems cannot sync a folder.
-  if (::fsync(dir.get()) != 0 && errno != EINVAL && errno != EROFS) Fail("save", path, errno);
+  if (::fsync(dir.get()) != 0 && errno != EINVAL && errno != EROFS)
+    RaiseFileError("save", path, errno);
   return StampOf(written);
 }
 
@@ -303,7 +321,7 @@ FileLock::FileLock(const std::string& path) {
     table.held.erase(key);
     table.released.notify_all();
     guard.unlock();
-    Fail("lock", path, code);
+    RaiseFileError("lock", path, code);
   }
   table.held[key].fd = fd;
   key_ = key;

@@ -22,8 +22,13 @@ struct FileStamp {
 // The stamp of the file at path (symbolic links followed); exists is false when there is none.
 FileStamp StampFile(const std::string& path);
 
-// The file a save of path replaces: path with the symbolic links of its last component
-// followed (a link to a missing file gives the file it would name).
+// Raises the error for a failed file operation (errno code): 70 "Permission denied" when the
+// system refused access, 75 "Path/File access error" otherwise, naming what was done and path.
+[[noreturn]] void RaiseFileError(std::string_view what, const std::string& path, int code);
+
+// The file a save of path replaces, spelled one way: path with the symbolic links of its last
+// component followed (a link to a missing file gives the file it would name), in its folder's
+// canonical absolute form.
 std::string ResolveSaveTarget(const std::string& path);
 
 // Writes bytes to a temporary file in the target's folder, flushes it and renames it over the

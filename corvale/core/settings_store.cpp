@@ -136,10 +136,7 @@ void CheckName(std::string_view name, std::string_view what, std::string_view fo
 }
 
 [[noreturn]] void WriteFailed(const std::string& path, int error) {
-  const int32_t number =
-      error == EACCES || error == EPERM ? err::kPermissionDenied : err::kPathFileAccess;
-  throw Error(number, StandardDescription(number) + ": cannot write settings file '" + path +
-                          "': " + std::strerror(error));
+  RaiseFileError("write settings file", path, error);
 }
 
 }  // namespace
