@@ -145,8 +145,10 @@ bool LinkUnnamed(int fd, int dirFd, const std::string& tempName) {
 void RaiseFileError(std::string_view what, const std::string& path, int code) {
   const bool denied = code == EACCES || code == EPERM || code == EROFS;
   const int32_t number = denied ? err::kPermissionDenied : err::kPathFileAccess;
-  throw Error(number, StandardDescription(number) + ": cannot " + std::string(what) + " '" + path +
-                          "': " + std::strerror(code));
+  const std::string description = StandardDescription(number), reason = std::strerror(code);
+  std::string text = description + ": cannot " + std::string(what) + " '" + path + "'";
+  if (reason != description) text += ": " + reason;
+  throw Error(number, text);
 }
 
 FileStamp StampFile(const std::string& path) {

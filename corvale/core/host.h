@@ -34,10 +34,11 @@ class HostServices {
   virtual void DoEvents() {}
 
   // Per-user settings store. Default: one INI file per application name under
-  // $XDG_CONFIG_HOME (or ~/.config)/corvale/ (SettingsStore), written atomically; a missing,
-  // unreadable or broken file reads as empty. Sections and keys compare without regard to
-  // case. SaveSetting raises corvale::Error 75 when the file cannot be written, 5 for a key or
-  // section name that the file cannot hold; deleting a missing section does nothing.
+  // $XDG_CONFIG_HOME (or ~/.config)/corvale/ (SettingsStore), written atomically under its
+  // lock (ReplaceFile, FileLock); a missing, unreadable or broken file reads as empty, and an
+  // unreadable one is not written over. Sections and keys compare without regard to
+  // case. SaveSetting raises corvale::Error 70 or 75 when the file cannot be written, 5 for a
+  // key or section name that the file cannot hold; deleting a missing section does nothing.
   virtual std::string GetSetting(std::string_view app, std::string_view section,
                                  std::string_view key, std::string_view defaultValue);
   virtual void SaveSetting(std::string_view app, std::string_view section, std::string_view key,

@@ -182,17 +182,34 @@ TEST(Faults, HostileTargetsAreFollowedKeptOrRefused) {
       << description;
   EXPECT_EQ(ReadFile(real), "newer");
 
-  // A folder the user may not write (permissions bind only other users than root).
+  // A folder the user may not write: by its permissions, or for root (whom they do not bind)
+  // on a file system mounted read-only. Saves and registers there fail and change nothing.
   const std::string locked = Folder("hostile-readonly");
+  SmallFileSystem readOnly(locked);
   const std::string inLocked = WriteFile(locked + "/library.xml", Library("A"));
-  fs::permissions(locked, fs::perms::owner_read | fs::perms::owner_exec);
-  if (geteuid() != 0) {
+  const std::string config = locked + "/config";
+  setenv("XDG_CONFIG_HOME", config.c_str(), 1);
+  clsRegisterLibrary::AddToStartupList("Locked", "Startup", "first.xml");
+  unsetenv("XDG_CONFIG_HOME");
+  const std::string ini = ReadFile(config + "/corvale/Locked.ini");
+  const auto readable = fs::perms::owner_read | fs::perms::owner_exec;
+  fs::permissions(locked, readable);
+  fs::permissions(config + "/corvale", readable);
+  if (readOnly.Mounted()) {
+    ASSERT_EQ(mount(nullptr, locked.c_str(), nullptr, MS_REMOUNT | MS_RDONLY, nullptr), 0);
+  }
+  if (geteuid() != 0 || readOnly.Mounted()) {
     xml::Document document = xml::Document::create();
     ASSERT_TRUE(document.load(inLocked));
     EXPECT_EQ(ErrorOf([&] { document.save(inLocked); }), err::kPermissionDenied);
     EXPECT_EQ(ReadFile(inLocked), Library("A"));
+    EXPECT_EQ(Wait(SpawnCli({"library", "register", "Locked", "Startup", "b.xml"}, config)), 1);
+    EXPECT_EQ(ReadFile(config + "/corvale/Locked.ini"), ini);
   }
-  fs::permissions(locked, fs::perms::owner_all);
+  if (!readOnly.Mounted()) {
+    fs::permissions(config + "/corvale", fs::perms::owner_all);
+    fs::permissions(locked, fs::perms::owner_all);
+  }
   EXPECT_EQ(ErrorOf([&] { ReplaceFile(folder, "x"); }), err::kPathFileAccess);
 }
 
