@@ -4,7 +4,7 @@ BUILD ?= build
 SAN_BUILD ?= build-asan
 BENCH_BUILD ?= build-release
 
-PACKAGES := cmake g++ make pkg-config libexpat1-dev libgtest-dev libgmock-dev nlohmann-json3-dev
+PACKAGES := cmake g++ make pkg-config libexpat1-dev libgtest-dev libgmock-dev nlohmann-json3-dev libcli11-dev
 BENCH_PACKAGES := libbenchmark-dev libxml2-dev libpugixml-dev
 SUDO := $(shell [ "$$(id -u)" = 0 ] || echo sudo)
 

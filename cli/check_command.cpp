@@ -1,10 +1,12 @@
-// corvale check FILE...: does each document load, and what is it.
-#include <iostream>
+// corvale check FILE... [--json]: does each document load, and what is it.
+#include <memory>
+#include <ostream>
 #include <string>
-#include <vector>
 
-#include "cli/cli_util.h"
+#include "cli/command.h"
 #include "cli/commands.h"
+#include "cli/library_report.h"
+#include "cli/report.h"
 #include "corvale/xml/xml.h"
 
 namespace corvale::cli {
@@ -26,29 +28,39 @@ long CountElements(const xml::Node& root) {
   return count;
 }
 
+void PrintChecked(std::ostream& out, const ordered_json& content) {
+  for (const auto& file : content["files"]) {
+    out << Printable(Text(file["file"])) << ": root " << Text(file["root"]) << ", encoding "
+        << Text(file["encoding"]) << ", " << Text(file["elements"]) << " elements\n";
+  }
+}
+
 }  // namespace
 
-int RunCheck(const std::vector<std::string>& arguments) {
-  std::vector<std::string> files = arguments;
-  RejectUnknownOptions(files);
-  if (files.empty()) throw UsageError("no FILE given");
-
-  int status = kExitOk;
-  for (const std::string& file : files) {
+int RunCheck(const CheckOptions& options) {
+  Report report(options.json);
+  ordered_json files = ordered_json::array();
+  for (const std::string& file : options.files) {
     xml::Document document = xml::Document::create();
     if (document.load(file)) {
-      xml::Node root = document.documentElement();
-      std::cout << file << ": root " << root.nodeName() << ", encoding " << document.encoding()
-                << ", " << CountElements(document) << " elements\n";
-      continue;
+      files.push_back({{"file", file},
+                       {"root", document.documentElement().nodeName()},
+                       {"encoding", document.encoding()},
+                       {"elements", CountElements(document)}});
+    } else {
+      ReportParseError(report, file, document.parseError());
     }
-    const xml::ParseError& error = document.parseError();
-    std::cerr << file;
-    if (error.line > 0) std::cerr << ":" << error.line << ":" << error.linepos;
-    std::cerr << ": " << error.reason << "\n";
-    status = kExitFailure;
   }
-  return status;
+  return report.Finish({{"files", files}}, PrintChecked);
+}
+
+void AddCheckCommand(CLI::App& program) {
+  auto options = std::make_shared<CheckOptions>();
+  CLI::App& command = *program.add_subcommand(
+      "check", "load XML documents; print root, encoding and element count, or where they break");
+  command.add_option("FILE", options->files, "the documents to load")->required();
+  AddJsonFlag(command, options->json);
+  OnRun(command, [options] { return RunCheck(*options); });
 }
 
 }  // namespace corvale::cli

@@ -12,49 +12,6 @@
 
 namespace corvale::cli {
 
-bool TakeFlag(std::vector<std::string>& args, std::string_view flag) {
-  bool found = false;
-  for (auto it = args.begin(); it != args.end();) {
-    if (*it == "--") break;
-    if (*it == flag) {
-      it = args.erase(it);
-      found = true;
-    } else {
-      ++it;
-    }
-  }
-  return found;
-}
-
-std::optional<std::string> TakeOption(std::vector<std::string>& args, std::string_view name) {
-  std::optional<std::string> value;
-  const std::string prefix = std::string(name) + "=";
-  for (auto it = args.begin(); it != args.end();) {
-    if (*it == "--") break;
-    if (*it == name) {
-      if (std::next(it) == args.end()) throw UsageError("option " + *it + " needs a value");
-      value = *std::next(it);
-      it = args.erase(it, std::next(it, 2));
-    } else if (it->starts_with(prefix)) {
-      value = it->substr(prefix.size());
-      it = args.erase(it);
-    } else {
-      ++it;
-    }
-  }
-  return value;
-}
-
-void RejectUnknownOptions(std::vector<std::string>& args) {
-  for (auto it = args.begin(); it != args.end(); ++it) {
-    if (*it == "--") {
-      args.erase(it);
-      return;
-    }
-    if (it->size() > 1 && (*it)[0] == '-') throw UsageError("unknown option " + *it);
-  }
-}
-
 void PrintError(const Error& error) {
   std::cerr << "error " << error.number() << ": " << error.description() << "\n";
 }

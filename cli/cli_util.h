@@ -1,5 +1,5 @@
-// Helpers shared by the commands of the corvale program: argument handling, error output and
-// the terminal message box.
+// Helpers shared by the commands of the corvale program: exit statuses, error output and the
+// terminal message box. The command line itself is parsed by CLI11 (see cli/command.h).
 #pragma once
 
 #include <exception>
@@ -8,7 +8,6 @@
 #include <stdexcept>
 #include <string>
 #include <string_view>
-#include <vector>
 
 #include "corvale/core/error.h"
 #include "corvale/core/host.h"
@@ -19,21 +18,12 @@ inline constexpr int kExitOk = 0;
 inline constexpr int kExitFailure = 1;
 inline constexpr int kExitUsage = 2;
 
-// Thrown by a command for a wrong command line; main prints it with the command's usage and
-// exits with status 2.
+// Thrown by a command for a wrong command line that CLI11 cannot check; it is printed with the
+// command's usage and the program exits with status 2.
 class UsageError : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
 };
-
-// Removes every occurrence of a flag ("--yes") from args; true when there was one.
-bool TakeFlag(std::vector<std::string>& args, std::string_view flag);
-// Removes "--name VALUE" or "--name=VALUE" from args and returns VALUE; nothing when absent.
-// A missing value is a UsageError.
-std::optional<std::string> TakeOption(std::vector<std::string>& args, std::string_view name);
-// After the options were taken: a remaining "-x" or "--x" is a UsageError. "--" ends the
-// options and is removed; "-" alone is an operand.
-void RejectUnknownOptions(std::vector<std::string>& args);
 
 // "error <number>: <description>" on standard error.
 void PrintError(const Error& error);

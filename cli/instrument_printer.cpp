@@ -3,11 +3,13 @@
 #include <chrono>
 #include <cmath>
 #include <cstdio>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <utility>
 #include <vector>
 
+#include "corvale/binding/node_access.h"
 #include "corvale/core/convert.h"
 #include "corvale/instruments/buddy_instruments.h"
 #include "corvale/instruments/cdt_settings.h"
@@ -25,20 +27,14 @@ using Fields = std::vector<std::pair<std::string, std::string>>;
 
 constexpr std::string_view kStandardClass = "Corvale2.clsStdInstrument";
 
-std::string YesNo(bool value) { return value ? "yes" : "no"; }
-
 // Empty text, or text without a ".", names the standard class.
 std::string EffectiveBaseClass(const std::string& text) {
   if (text.find('.') == std::string::npos) return std::string(kStandardClass);
   return text;
 }
 
-std::string Quoted(const std::string& text) { return "\"" + text + "\""; }
-
-std::string Coded(const std::string& name, int32_t code) {
-  const std::string number = IntegerText(code);
-  return name.empty() ? number : name + " (" + number + ")";
-}
+// As the document writes it, not widened to a double's digits.
+double SingleNumber(float value) { return TextToDouble(SingleText(value)); }
 
 // A day number (days since 1899-12-30, the fraction the time of day) as a calendar date.
 std::string DateText(double dayNumber) {
@@ -54,6 +50,185 @@ std::string DateText(double dayNumber) {
   return text;
 }
 
+std::string Item(std::string_view element, int position, const std::string& key) {
+  return std::string(element) + " " + IntegerText(position) + (key.empty() ? "" : " (" + key + ")");
+}
+
+// Reads properties, keeping in `where` the part and the element being read, so that a value the
+// model cannot convert is reported where it stands. Braced lists evaluate in order, so the
+// reads of one object may stand in one list.
+class Reader {
+ public:
+  Reader(std::string& where, std::string part) : where_(where), part_(std::move(part)) {
+    where_ = part_;
+  }
+  template <class Get>
+  auto operator()(std::string_view element, Get get) {
+    where_ = (part_.empty() ? "" : part_ + ", ") + std::string(element);
+    auto value = get();
+    where_ = part_;
+    return value;
+  }
+
+ private:
+  std::string& where_;
+  std::string part_;
+};
+
+template <class Collection>
+int CountOf(const std::shared_ptr<Collection>& collection) {
+  return collection ? collection->Count() : 0;
+}
+
+ordered_json Channels(IInstrument& instrument, std::string& where) {
+  ordered_json list = ordered_json::array();
+  where = "channels";
+  auto channels = instrument.Channels();
+  for (int i = 1, count = CountOf(channels); i <= count; ++i) {
+    where = Item("channel", i, "");
+    auto channel = channels->Item(i);
+    Reader read(where, Item("channel", i, channel->Key()));
+    const int32_t channelType = read("CHANNELTYPE", [&] { return channel->ChannelType(); });
+    const int32_t dataType = read("INPUTDATATYPE", [&] { return channel->InputDataType(); });
+    list.push_back(
+        {{"key", channel->Key()},
+         {"label", channel->Label()},
+         {"channelType", channelType},
+         {"channelTypeName", ChannelTypeName(channelType)},
+         {"inputDataType", dataType},
+         {"dataTypeName", DataTypeName(dataType)},
+         {"numberBytes", read("NUMBERBYTES", [&] { return channel->NumberBytes(); })},
+         {"enabled", read("ENABLED", [&] { return channel->Enabled(); })},
+         {"virtual", read("VIRTUAL", [&] { return channel->Virtual(); })},
+         {"units", channel->Units()},
+         {"minimum", read("MINIMUM", [&] { return channel->Minimum(); })},
+         {"maximum", read("MAXIMUM", [&] { return channel->Maximum(); })},
+         {"multiplier", read("MULTIPLIER", [&] { return channel->Multiplier(); })},
+         {"offset", read("OFFSET", [&] { return channel->Offset(); })},
+         {"logMask", read("LOGMASK", [&] { return channel->LogMask(); })},
+         {"alias", channel->Alias()},
+         {"format", channel->Format()},
+         {"formula", channel->Formula()},
+         {"baseAddress", channel->BaseAddress()},
+         {"loggerChannel", channel->LoggerChannel()},
+         {"window", channel->Window()},
+         {"cdtSettings", read("CDTSETTINGS", [&] { return CountOf(channel->CDTSettings()); })},
+         {"inpCode", channel->INPCode()}});
+  }
+  return list;
+}
+
+ordered_json Events(IInstrument& instrument, std::string& where) {
+  ordered_json list = ordered_json::array();
+  where = "events";
+  auto events = instrument.Events();
+  for (int i = 1, count = CountOf(events); i <= count; ++i) {
+    where = Item("event", i, "");
+    auto event = events->Item(i);
+    Reader read(where, Item("event", i, event->Key()));
+    const int32_t id = read("ID", [&] { return event->ID(); });
+    list.push_back({{"key", event->Key()},
+                    {"name", event->Name()},
+                    {"id", id},
+                    {"condition", ConditionText(id)},
+                    {"chanA", event->ChanA()},
+                    {"chanAType", read("CHANATYPE", [&] { return event->ChanAType(); })},
+                    {"chanB", event->ChanB()},
+                    {"chanBType", read("CHANBTYPE", [&] { return event->ChanBType(); })},
+                    {"chanC", event->ChanC()},
+                    {"chanCType", read("CHANCTYPE", [&] { return event->ChanCType(); })},
+                    {"enabled", read("ENABLED", [&] { return event->Enabled(); })},
+                    {"outputChannel", event->OutputChannel()},
+                    {"logToBuffer", event->LogToBuffer()},
+                    {"loadToScheme", read("LOADTOSCHEME", [&] { return event->LoadToScheme(); })},
+                    {"description", event->Description()},
+                    {"trueCode", event->TrueCode()},
+                    {"falseCode", event->FalseCode()}});
+  }
+  return list;
+}
+
+ordered_json Outputs(IInstrument& instrument, std::string& where) {
+  ordered_json list = ordered_json::array();
+  where = "outputs";
+  auto outputs = instrument.Outputs();
+  for (int i = 1, count = CountOf(outputs); i <= count; ++i) {
+    where = Item("output", i, "");
+    auto output = outputs->Item(i);
+    Reader read(where, Item("output", i, output->Key()));
+    auto resources = read("RESOURCES", [&] { return output->Resources(); });
+    list.push_back({{"key", output->Key()},
+                    {"name", output->Name()},
+                    {"loggerChannel", output->LoggerChannel()},
+                    {"resourceRequests", resources ? ordered_json(resources->Count()) : nullptr},
+                    {"loadToScheme", read("LOADTOSCHEME", [&] { return output->LoadToScheme(); })},
+                    {"description", output->Description()},
+                    {"trueCode", output->TrueCode()},
+                    {"falseCode", output->FalseCode()}});
+  }
+  return list;
+}
+
+ordered_json CDTSettings(IInstrument& instrument, std::string& where) {
+  ordered_json list = ordered_json::array();
+  where = "CDT settings";
+  auto settings = instrument.CDTSettings();
+  for (int i = 1, count = CountOf(settings); i <= count; ++i) {
+    where = Item("CDT setting", i, "");
+    auto setting = settings->Item(i);
+    list.push_back({{"key", setting->Key()},
+                    {"address", setting->Address()},
+                    {"mask", setting->Mask()},
+                    {"value", setting->Value()}});
+  }
+  return list;
+}
+
+ordered_json Files(IInstrument& instrument, std::string& where) {
+  ordered_json list = ordered_json::array();
+  where = "files";
+  auto files = instrument.Files();
+  for (int i = 1, count = CountOf(files); i <= count; ++i) {
+    where = Item("file", i, "");
+    auto file = files->Item(i);
+    Reader read(where, Item("file", i, ""));
+    list.push_back({{"file", file->File()},
+                    {"family", file->Family()},
+                    {"version", read("VERSION", [&] { return SingleNumber(file->Version()); })},
+                    {"date", read("FILEDATE", [&] { return DateText(file->FileDate()); })}});
+  }
+  return list;
+}
+
+ordered_json Buddies(IInstrument& instrument, std::string& where) {
+  ordered_json list = ordered_json::array();
+  where = "buddies";
+  auto buddies = instrument.Buddies();
+  for (int i = 1, count = CountOf(buddies); i <= count; ++i) list.push_back(buddies->Item(i));
+  return list;
+}
+
+ordered_json Requests(IInstrument& instrument, std::string& where) {
+  ordered_json list = ordered_json::array();
+  where = "resource requests";
+  auto requests = instrument.Resources();
+  for (int i = 1, count = CountOf(requests); i <= count; ++i) {
+    where = Item("resource request", i, "");
+    auto request = requests->Item(i);
+    Reader read(where, Item("resource request", i, request->Key()));
+    const int32_t lock = read("LOCK", [&] { return request->Locked(); });
+    list.push_back({{"key", request->Key()},
+                    {"resource", request->Resource()},
+                    {"lock", lock},
+                    {"lockCaption", LockModeCaption(lock)}});
+  }
+  return list;
+}
+
+// Text views.
+
+std::string Quoted(const ordered_json& text) { return "\"" + Text(text) + "\""; }
+
 // "name: value; name: value", leaving out empty values.
 void PrintFields(std::ostream& out, std::string_view indent, const Fields& fields) {
   std::string line;
@@ -67,7 +242,8 @@ void PrintFields(std::ostream& out, std::string_view indent, const Fields& field
 
 // Program text, one line of the logger's program per output line.
 void PrintCode(std::ostream& out, std::string_view indent, std::string_view label,
-               const std::string& code) {
+               const ordered_json& text) {
+  const std::string code = Text(text);
   if (code.empty()) return;
   out << indent << label << ":\n";
   size_t start = 0;
@@ -80,193 +256,218 @@ void PrintCode(std::ostream& out, std::string_view indent, std::string_view labe
   }
 }
 
-void Heading(std::ostream& out, std::string_view title, int count) {
-  out << title << " (" << count << ")\n";
+void Heading(std::ostream& out, std::string_view title, const ordered_json& list) {
+  out << title << " (" << list.size() << ")\n";
 }
 
-void PrintChannels(std::ostream& out, IInstrument& instrument) {
-  auto channels = instrument.Channels();
-  const int count = channels ? channels->Count() : 0;
-  Heading(out, "Channels", count);
-  for (int i = 1; i <= count; ++i) {
-    auto channel = channels->Item(i);
-    out << "  " << i << ". " << channel->Key() << " " << Quoted(channel->Label()) << "\n";
-    const int32_t dataType = channel->InputDataType();
-    PrintFields(
-        out, "       ",
-        {{"channel type", Coded(ChannelTypeName(channel->ChannelType()), channel->ChannelType())},
-         {"data type", Coded(DataTypeName(dataType), dataType)},
-         {"bytes", IntegerText(channel->NumberBytes())},
-         {"enabled", YesNo(channel->Enabled())},
-         {"virtual", channel->Virtual() ? "yes" : ""}});
-    PrintFields(out, "       ",
-                {{"units", channel->Units()},
-                 {"minimum", DoubleText(channel->Minimum())},
-                 {"maximum", DoubleText(channel->Maximum())},
-                 {"multiplier", DoubleText(channel->Multiplier())},
-                 {"offset", DoubleText(channel->Offset())},
-                 {"log mask", IntegerText(channel->LogMask())}});
-    PrintFields(out, "       ",
-                {{"alias", channel->Alias()},
-                 {"format", channel->Format()},
-                 {"formula", channel->Formula()},
-                 {"base address", channel->BaseAddress()},
-                 {"logger channel", channel->LoggerChannel()},
-                 {"window", channel->Window()}});
-    if (auto settings = channel->CDTSettings(); settings && settings->Count() > 0)
-      out << "       CDT settings: " << settings->Count() << "\n";
-    PrintCode(out, "       ", "program text", channel->INPCode());
-  }
-}
-
-std::string OperandText(const std::string& operand, int32_t type) {
+// "name (kind)" for an event operand of a known kind.
+std::string OperandText(const ordered_json& operand, const ordered_json& type) {
   static const char* const kKinds[] = {"", "constant", "channel", "event"};
-  if (type <= 0 || type > 3) return operand;
-  return operand + " (" + kKinds[type] + ")";
+  const int kind = type.get<int>();
+  if (kind <= 0 || kind > 3) return Text(operand);
+  return Text(operand) + " (" + kKinds[kind] + ")";
 }
 
-void PrintEvents(std::ostream& out, IInstrument& instrument) {
-  auto events = instrument.Events();
-  const int count = events ? events->Count() : 0;
-  Heading(out, "Events", count);
-  for (int i = 1; i <= count; ++i) {
-    auto event = events->Item(i);
-    out << "  " << i << ". " << event->Key() << " " << Quoted(event->Name()) << "\n";
-    const int32_t id = event->ID();
+void PrintChannels(std::ostream& out, const ordered_json& channels) {
+  Heading(out, "Channels", channels);
+  int i = 0;
+  for (const auto& channel : channels) {
+    out << "  " << ++i << ". " << Text(channel["key"]) << " " << Quoted(channel["label"]) << "\n";
     PrintFields(out, "       ",
-                {{"condition", Coded(ConditionText(id), id)},
-                 {"A", OperandText(event->ChanA(), event->ChanAType())},
-                 {"B", OperandText(event->ChanB(), event->ChanBType())},
-                 {"C", OperandText(event->ChanC(), event->ChanCType())}});
+                {{"channel type", Coded(channel["channelTypeName"], channel["channelType"])},
+                 {"data type", Coded(channel["dataTypeName"], channel["inputDataType"])},
+                 {"bytes", Text(channel["numberBytes"])},
+                 {"enabled", Text(channel["enabled"])},
+                 {"virtual", channel["virtual"].get<bool>() ? "yes" : ""}});
     PrintFields(out, "       ",
-                {{"enabled", YesNo(event->Enabled())},
-                 {"output", event->OutputChannel()},
-                 {"log to buffer", event->LogToBuffer()},
-                 {"scheme level", event->LoadToScheme() ? "yes" : ""},
-                 {"description", event->Description()}});
-    PrintCode(out, "       ", "when true", event->TrueCode());
-    PrintCode(out, "       ", "when false", event->FalseCode());
+                {{"units", Text(channel["units"])},
+                 {"minimum", Text(channel["minimum"])},
+                 {"maximum", Text(channel["maximum"])},
+                 {"multiplier", Text(channel["multiplier"])},
+                 {"offset", Text(channel["offset"])},
+                 {"log mask", Text(channel["logMask"])}});
+    PrintFields(out, "       ",
+                {{"alias", Text(channel["alias"])},
+                 {"format", Text(channel["format"])},
+                 {"formula", Text(channel["formula"])},
+                 {"base address", Text(channel["baseAddress"])},
+                 {"logger channel", Text(channel["loggerChannel"])},
+                 {"window", Text(channel["window"])}});
+    if (channel["cdtSettings"].get<int>() > 0)
+      out << "       CDT settings: " << Text(channel["cdtSettings"]) << "\n";
+    PrintCode(out, "       ", "program text", channel["inpCode"]);
   }
 }
 
-void PrintOutputs(std::ostream& out, IInstrument& instrument) {
-  auto outputs = instrument.Outputs();
-  const int count = outputs ? outputs->Count() : 0;
-  Heading(out, "Outputs", count);
-  for (int i = 1; i <= count; ++i) {
-    auto output = outputs->Item(i);
-    out << "  " << i << ". " << output->Key() << " " << Quoted(output->Name()) << "\n";
-    auto resources = output->Resources();
+void PrintEvents(std::ostream& out, const ordered_json& events) {
+  Heading(out, "Events", events);
+  int i = 0;
+  for (const auto& event : events) {
+    out << "  " << ++i << ". " << Text(event["key"]) << " " << Quoted(event["name"]) << "\n";
     PrintFields(out, "       ",
-                {{"logger channel", output->LoggerChannel()},
-                 {"resource requests", resources ? IntegerText(resources->Count()) : ""},
-                 {"scheme level", output->LoadToScheme() ? "yes" : ""},
-                 {"description", output->Description()}});
-    PrintCode(out, "       ", "when true", output->TrueCode());
-    PrintCode(out, "       ", "when false", output->FalseCode());
+                {{"condition", Coded(event["condition"], event["id"])},
+                 {"A", OperandText(event["chanA"], event["chanAType"])},
+                 {"B", OperandText(event["chanB"], event["chanBType"])},
+                 {"C", OperandText(event["chanC"], event["chanCType"])}});
+    PrintFields(out, "       ",
+                {{"enabled", Text(event["enabled"])},
+                 {"output", Text(event["outputChannel"])},
+                 {"log to buffer", Text(event["logToBuffer"])},
+                 {"scheme level", event["loadToScheme"].get<bool>() ? "yes" : ""},
+                 {"description", Text(event["description"])}});
+    PrintCode(out, "       ", "when true", event["trueCode"]);
+    PrintCode(out, "       ", "when false", event["falseCode"]);
   }
 }
 
-void PrintCDTSettings(std::ostream& out, IInstrument& instrument) {
-  auto settings = instrument.CDTSettings();
-  const int count = settings ? settings->Count() : 0;
-  Heading(out, "CDT settings", count);
-  for (int i = 1; i <= count; ++i) {
-    auto setting = settings->Item(i);
-    out << "  " << i << ". " << setting->Key() << "\n";
-    PrintFields(
-        out, "       ",
-        {{"address", setting->Address()}, {"mask", setting->Mask()}, {"value", setting->Value()}});
-  }
-}
-
-void PrintFiles(std::ostream& out, IInstrument& instrument) {
-  auto files = instrument.Files();
-  const int count = files ? files->Count() : 0;
-  Heading(out, "Files", count);
-  for (int i = 1; i <= count; ++i) {
-    auto file = files->Item(i);
-    out << "  " << i << ". " << file->File() << "\n";
+void PrintOutputs(std::ostream& out, const ordered_json& outputs) {
+  Heading(out, "Outputs", outputs);
+  int i = 0;
+  for (const auto& output : outputs) {
+    out << "  " << ++i << ". " << Text(output["key"]) << " " << Quoted(output["name"]) << "\n";
     PrintFields(out, "       ",
-                {{"family", file->Family()},
-                 {"version", file->Version() != 0 ? SingleText(file->Version()) : ""},
-                 {"date", DateText(file->FileDate())}});
-  }
-}
-
-void PrintBuddies(std::ostream& out, IInstrument& instrument) {
-  auto buddies = instrument.Buddies();
-  const int count = buddies ? buddies->Count() : 0;
-  Heading(out, "Buddies", count);
-  for (int i = 1; i <= count; ++i) out << "  " << i << ". " << buddies->Item(i) << "\n";
-}
-
-void PrintResources(std::ostream& out, IInstrument& instrument) {
-  auto requests = instrument.Resources();
-  const int count = requests ? requests->Count() : 0;
-  Heading(out, "Resource requests", count);
-  for (int i = 1; i <= count; ++i) {
-    auto request = requests->Item(i);
-    out << "  " << i << ". " << request->Key() << "\n";
-    PrintFields(out, "       ",
-                {{"resource", request->Resource()},
-                 {"lock", Coded(LockModeCaption(request->Locked()), request->Locked())}});
+                {{"logger channel", Text(output["loggerChannel"])},
+                 {"resource requests", Text(output["resourceRequests"])},
+                 {"scheme level", output["loadToScheme"].get<bool>() ? "yes" : ""},
+                 {"description", Text(output["description"])}});
+    PrintCode(out, "       ", "when true", output["trueCode"]);
+    PrintCode(out, "       ", "when false", output["falseCode"]);
   }
 }
 
 }  // namespace
 
-void PrintInstrumentSummary(std::ostream& out, IInstrument& instrument) {
-  auto channels = instrument.Channels();
-  auto events = instrument.Events();
-  auto outputs = instrument.Outputs();
-  out << instrument.CatCode() << " " << Quoted(instrument.Name())
-      << " family=" << instrument.Family() << " version=" << SingleText(instrument.Version())
-      << " base=" << EffectiveBaseClass(instrument.BaseClass())
-      << " channels=" << (channels ? channels->Count() : 0)
-      << " events=" << (events ? events->Count() : 0)
-      << " outputs=" << (outputs ? outputs->Count() : 0) << "\n";
+ordered_json InstrumentSummary(IInstrument& instrument, std::string& where) {
+  Reader read(where, "");
+  return {{"catCode", instrument.CatCode()},
+          {"name", instrument.Name()},
+          {"family", instrument.Family()},
+          {"version", read("VERSION", [&] { return SingleNumber(instrument.Version()); })},
+          {"baseClass", EffectiveBaseClass(instrument.BaseClass())},
+          {"channels", read("CHANNELS", [&] { return CountOf(instrument.Channels()); })},
+          {"events", read("EVENTS", [&] { return CountOf(instrument.Events()); })},
+          {"outputs", read("OUTPUTS", [&] { return CountOf(instrument.Outputs()); })}};
 }
 
-void PrintInstrument(std::ostream& out, IInstrument& instrument) {
-  out << "Instrument " << instrument.CatCode() << "\n";
-  const Fields properties = {
-      {"Name", instrument.Name()},
-      {"Description", instrument.Description()},
-      {"Family", instrument.Family()},
-      {"Keywords", instrument.Keywords()},
-      {"Version", SingleText(instrument.Version())},
-      {"Base class", EffectiveBaseClass(instrument.BaseClass())},
-      {"Loader class", instrument.LoaderClass()},
-      {"Setup form", instrument.SetupForm()},
-      {"Logger types", IntegerText(instrument.LoggerTypes())},
-      {"Minimum build", instrument.MinimumBuildRevision()},
-      {"Single use", YesNo(instrument.SingleUse())},
-      {"Read only", YesNo(instrument.ReadOnly())},
-      {"Visible", YesNo(instrument.Visible())},
-      {"Key", instrument.Key()},
-      {"Source", instrument.Source()},
-      {"Icon source", instrument.IconSource()},
-      {"Tag", instrument.Tag()},
-  };
-  for (const auto& [name, value] : properties) {
-    if (value.empty()) continue;
-    std::string label = name + ":";
-    label.resize(16, ' ');
-    out << "  " << label << value << "\n";
+ordered_json InstrumentDetails(IInstrument& instrument, std::string& where) {
+  Reader read(where, "");
+  ordered_json details = {
+      {"catCode", instrument.CatCode()},
+      {"name", instrument.Name()},
+      {"description", instrument.Description()},
+      {"family", instrument.Family()},
+      {"keywords", instrument.Keywords()},
+      {"version", read("VERSION", [&] { return SingleNumber(instrument.Version()); })},
+      {"baseClass", EffectiveBaseClass(instrument.BaseClass())},
+      {"loaderClass", instrument.LoaderClass()},
+      {"setupForm", instrument.SetupForm()},
+      {"loggerTypes", read("LOGGERTYPES", [&] { return instrument.LoggerTypes(); })},
+      {"minimumBuildRevision", instrument.MinimumBuildRevision()},
+      {"singleUse", read("SINGLEUSE", [&] { return instrument.SingleUse(); })},
+      {"readOnly", read("READONLY", [&] { return instrument.ReadOnly(); })},
+      {"visible", read("VISIBLE", [&] { return instrument.Visible(); })},
+      {"key", instrument.Key()},
+      {"source", instrument.Source()},
+      {"iconSource", instrument.IconSource()},
+      {"tag", instrument.Tag()}};
+  details["channels"] = Channels(instrument, where);
+  details["events"] = Events(instrument, where);
+  details["outputs"] = Outputs(instrument, where);
+  details["cdtSettings"] = CDTSettings(instrument, where);
+  details["files"] = Files(instrument, where);
+  details["buddies"] = Buddies(instrument, where);
+  details["resources"] = Requests(instrument, where);
+  where = "INPCODE";
+  details["inpCode"] = instrument.INPCode();
+  where = "";
+  return details;
+}
+
+std::optional<ordered_json> ReadInstrument(
+    Report& report, const std::string& file, const xml::Node& element, size_t position,
+    const std::function<ordered_json(std::string& where)>& read) {
+  std::string where;
+  try {
+    return read(where);
+  } catch (const Error& error) {
+    const std::string catCode = GetNodeText(element, "CATCODE", "");
+    report.Problem(
+        Printable(file) + ": " + Item("instrument", static_cast<int>(position), catCode) +
+            (where.empty() ? "" : ", " + where),
+        error,
+        {{"file", file}, {"instrument", catCode}, {"position", position}, {"element", where}});
+    return std::nullopt;
   }
-  PrintChannels(out, instrument);
-  PrintEvents(out, instrument);
-  PrintOutputs(out, instrument);
-  PrintCDTSettings(out, instrument);
-  PrintFiles(out, instrument);
-  PrintBuddies(out, instrument);
-  PrintResources(out, instrument);
-  const std::string code = instrument.INPCode();
-  if (code.empty()) {
+}
+
+void PrintInstrumentSummary(std::ostream& out, const ordered_json& summary) {
+  out << Text(summary["catCode"]) << " " << Quoted(summary["name"])
+      << " family=" << Text(summary["family"]) << " version=" << Text(summary["version"])
+      << " base=" << Text(summary["baseClass"]) << " channels=" << Text(summary["channels"])
+      << " events=" << Text(summary["events"]) << " outputs=" << Text(summary["outputs"]) << "\n";
+}
+
+void PrintInstrument(std::ostream& out, const ordered_json& details) {
+  out << "Instrument " << Text(details["catCode"]) << "\n";
+  for (const auto& [label, field] : {std::pair{"Name", "name"},
+                                     {"Description", "description"},
+                                     {"Family", "family"},
+                                     {"Keywords", "keywords"},
+                                     {"Version", "version"},
+                                     {"Base class", "baseClass"},
+                                     {"Loader class", "loaderClass"},
+                                     {"Setup form", "setupForm"},
+                                     {"Logger types", "loggerTypes"},
+                                     {"Minimum build", "minimumBuildRevision"},
+                                     {"Single use", "singleUse"},
+                                     {"Read only", "readOnly"},
+                                     {"Visible", "visible"},
+                                     {"Key", "key"},
+                                     {"Source", "source"},
+                                     {"Icon source", "iconSource"},
+                                     {"Tag", "tag"}}) {
+    const std::string value = Text(details[field]);
+    if (value.empty()) continue;
+    std::string caption = std::string(label) + ":";
+    caption.resize(16, ' ');
+    out << "  " << caption << value << "\n";
+  }
+  PrintChannels(out, details["channels"]);
+  PrintEvents(out, details["events"]);
+  PrintOutputs(out, details["outputs"]);
+  Heading(out, "CDT settings", details["cdtSettings"]);
+  int i = 0;
+  for (const auto& setting : details["cdtSettings"]) {
+    out << "  " << ++i << ". " << Text(setting["key"]) << "\n";
+    PrintFields(out, "       ",
+                {{"address", Text(setting["address"])},
+                 {"mask", Text(setting["mask"])},
+                 {"value", Text(setting["value"])}});
+  }
+  Heading(out, "Files", details["files"]);
+  i = 0;
+  for (const auto& file : details["files"]) {
+    out << "  " << ++i << ". " << Text(file["file"]) << "\n";
+    PrintFields(out, "       ",
+                {{"family", Text(file["family"])},
+                 {"version", file["version"] != 0 ? Text(file["version"]) : ""},
+                 {"date", Text(file["date"])}});
+  }
+  Heading(out, "Buddies", details["buddies"]);
+  i = 0;
+  for (const auto& buddy : details["buddies"]) out << "  " << ++i << ". " << Text(buddy) << "\n";
+  Heading(out, "Resource requests", details["resources"]);
+  i = 0;
+  for (const auto& request : details["resources"]) {
+    out << "  " << ++i << ". " << Text(request["key"]) << "\n";
+    PrintFields(out, "       ",
+                {{"resource", Text(request["resource"])},
+                 {"lock", Coded(request["lockCaption"], request["lock"])}});
+  }
+  if (Text(details["inpCode"]).empty()) {
     out << "Program text (none)\n";
   } else {
-    PrintCode(out, "", "Program text", code);
+    PrintCode(out, "", "Program text", details["inpCode"]);
   }
 }
 

@@ -1,13 +1,19 @@
-// corvale library: list a library file or show one of its instruments, and keep
-// the start-up list of libraries.
-#include <iostream>
+// corvale library: list a library file or show one of its instruments, and keep the start-up
+// list of libraries.
+#include <algorithm>
+#include <cstdint>
+#include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "cli/cli_util.h"
+#include "cli/command.h"
 #include "cli/commands.h"
 #include "cli/instrument_printer.h"
 #include "cli/library_report.h"
+#include "cli/report.h"
+#include "corvale/binding/node_access.h"
 #include "corvale/core/convert.h"
 #include "corvale/core/error.h"
 #include "corvale/libraries/register_library.h"
@@ -16,80 +22,137 @@
 namespace corvale::cli {
 namespace {
 
-void PrintStartupList(const std::string &app, const std::string &section) {
-  for (const std::string &entry : clsRegisterLibrary::StartupList(app, section)) {
-    std::cout << entry << "\n";
+ordered_json StartupList(const StartupListOptions& options) {
+  return {{"app", options.app},
+          {"section", options.section},
+          {"libraries", clsRegisterLibrary::StartupList(options.app, options.section)}};
+}
+
+void PrintStartupList(std::ostream& out, const ordered_json& content) {
+  for (const auto& entry : content["libraries"]) out << Text(entry) << "\n";
+}
+
+// The instrument as the library hands it out (its class named by BASECLASS), read into JSON.
+ordered_json ReadItem(XMLInstruments& library, const Index& index, bool full, std::string& where) {
+  InstrumentPtr instrument = library.Item(index);
+  if (!instrument) return nullptr;
+  return full ? InstrumentDetails(*instrument, where) : InstrumentSummary(*instrument, where);
+}
+
+void PrintList(std::ostream& out, const ordered_json& content) {
+  out << "Library: " << Text(content["library"]) << "\n"
+      << "Provider: " << Text(content["provider"]) << "\n"
+      << "Version: " << Text(content["version"]) << "\n";
+  if (!Text(content["description"]).empty())
+    out << "Description: " << Text(content["description"]) << "\n";
+  out << "Instruments: " << Text(content["count"]) << "\n";
+  for (const auto& instrument : content["instruments"]) {
+    out << "  ";
+    PrintInstrumentSummary(out, instrument);
   }
 }
 
-int Register(const std::vector<std::string> &args) {
-  if (args.size() != 4) throw UsageError("register takes APP SECTION LIBRARY");
-  const std::string &library = args[3];
-  clsRegisterLibrary::AddToStartupList(args[1], args[2], library);
-  PrintStartupList(args[1], args[2]);
-  if (!WildcardMatch(library, "*.*")) {
-    std::cerr << "corvale library: " << library
-              << " is no library class or file name (it has no \".\"); nothing "
-                 "was added\n";
-    return kExitFailure;
+int List(Report& report, const std::string& path, XMLInstruments& library) {
+  const size_t count = InstrumentCount(report, path, library);
+  ordered_json content = {{"file", path},
+                          {"library", library.Name()},
+                          {"provider", library.Provider()},
+                          {"version", TextToDouble(SingleText(library.Version()))},
+                          {"description", library.Description()},
+                          {"count", count}};
+  ordered_json& list = content["instruments"] = ordered_json::array();
+  const std::vector<xml::Node> elements = library.XMLNode().selectNodes("INSTRUMENT");
+  // Beyond 32,767 the model cannot reach an instrument by its position.
+  const auto reachable = static_cast<int16_t>(std::min<size_t>(count, INT16_MAX));
+  for (int16_t i = 1; i <= reachable; ++i) {
+    auto instrument = ReadInstrument(report, path, elements[i - 1], i, [&](std::string& where) {
+      return ReadItem(library, i, false, where);
+    });
+    if (instrument && !instrument->is_null()) list.push_back(std::move(*instrument));
   }
-  return kExitOk;
+  return report.Finish(std::move(content), PrintList);
 }
 
-int Startup(const std::vector<std::string> &args) {
-  if (args.size() != 3) throw UsageError("startup takes APP SECTION");
-  PrintStartupList(args[1], args[2]);
-  return kExitOk;
-}
-
-int List(const std::string &path, XMLInstruments &library) {
-  int status = kExitOk;
-  std::cout << "Library: " << library.Name() << "\n"
-            << "Provider: " << library.Provider() << "\n"
-            << "Version: " << SingleText(library.Version()) << "\n";
-  if (!library.Description().empty()) std::cout << "Description: " << library.Description() << "\n";
-  std::cout << "Instruments: " << library.Count() << "\n";
-  for (int16_t i = 1; i <= library.Count(); ++i) {
-    try {
-      InstrumentPtr instrument = library.Item(i);
-      std::cout << "  ";
-      PrintInstrumentSummary(std::cout, *instrument);
-    } catch (const Error &error) {
-      std::cout << "  (instrument " << i << " cannot be shown)\n";
-      std::cerr << path << ": instrument " << i << ": error " << error.number() << ": "
-                << error.description() << "\n";
-      status = kExitFailure;
-    }
+int Show(Report& report, const std::string& path, XMLInstruments& library,
+         const std::string& catCode) {
+  // Look-ups by code find the first instrument holding it.
+  const std::vector<xml::Node> elements = library.XMLNode().selectNodes("INSTRUMENT");
+  size_t position = 1;
+  while (position <= elements.size() &&
+         !EqualsNoCase(GetNodeText(elements[position - 1], "CATCODE", ""), catCode))
+    ++position;
+  std::optional<ordered_json> details;
+  if (position <= elements.size()) {
+    details =
+        ReadInstrument(report, path, elements[position - 1], position,
+                       [&](std::string& where) { return ReadItem(library, catCode, true, where); });
   }
-  return status;
-}
-
-int Show(const std::string &path, XMLInstruments &library, const std::string &catCode) {
-  InstrumentPtr instrument = library.Item(catCode);
-  if (!instrument) {
-    std::cerr << path << ": no instrument with the catalogue code \"" << catCode << "\"\n";
-    return kExitFailure;
+  if (details && details->is_null()) details.reset();
+  if (position > elements.size() || (!details && !report.Failed())) {
+    report.Problem(Printable(path) + ": no instrument with the catalogue code \"" + catCode + "\"",
+                   {{"file", path}, {"instrument", catCode}});
   }
-  PrintInstrument(std::cout, *instrument);
-  return kExitOk;
+  return report.Finish(details ? std::move(*details) : ordered_json(), PrintInstrument);
 }
 
 }  // namespace
 
-int RunLibrary(const std::vector<std::string> &arguments) {
-  std::vector<std::string> args = arguments;
-  RejectUnknownOptions(args);
-  if (args.empty()) throw UsageError("no FILE given");
-  if (args[0] == "register") return Register(args);
-  if (args[0] == "startup") return Startup(args);
-  if (args.size() > 2) throw UsageError("too many arguments");
-
-  const std::string &path = args[0];
+int RunLibrary(const LibraryOptions& options) {
+  Report report(options.json);
   XMLInstruments library;
-  if (!LoadLibraryFile(path, library)) return kExitFailure;
-  const bool duplicates = ReportDuplicateCodes(path, library) > 0;
-  const int status = args.size() == 2 ? Show(path, library, args[1]) : List(path, library);
-  return duplicates ? kExitFailure : status;
+  if (!LoadLibraryFile(report, options.file, library)) return report.Finish(nullptr, {});
+  ReportDuplicateCodes(report, options.file, library);
+  return options.catCode.empty() ? List(report, options.file, library)
+                                 : Show(report, options.file, library, options.catCode);
+}
+
+int RunRegisterLibrary(const StartupListOptions& options) {
+  Report report(options.json);
+  try {
+    clsRegisterLibrary::AddToStartupList(options.app, options.section, options.library);
+  } catch (const Error& error) {
+    // The list stays as it was; it is still printed below.
+    report.Problem("corvale library register", error,
+                   {{"app", options.app}, {"section", options.section}});
+  }
+  if (!WildcardMatch(options.library, "*.*")) {
+    report.Problem("corvale library: " + Printable(options.library) +
+                       " is no library class or file name (it has no \".\"); nothing was added",
+                   {{"library", options.library}});
+  }
+  return report.Finish(StartupList(options), PrintStartupList);
+}
+
+int RunStartupList(const StartupListOptions& options) {
+  return Report(options.json).Finish(StartupList(options), PrintStartupList);
+}
+
+void AddLibraryCommand(CLI::App& program) {
+  auto options = std::make_shared<LibraryOptions>();
+  CLI::App& command = *program.add_subcommand(
+      "library",
+      "list a library or show one instrument; add to or print the start-up list of libraries");
+  command.add_option("FILE", options->file, "the library file");
+  command.add_option("CATCODE", options->catCode, "the catalogue code of the one to show");
+  AddJsonFlag(command, options->json);
+  OnRun(command, [options] {
+    if (options->file.empty()) throw UsageError("FILE is required");
+    return RunLibrary(*options);
+  });
+
+  auto list = std::make_shared<StartupListOptions>();
+  CLI::App& add = *command.add_subcommand("register", "add a library to the start-up list");
+  add.add_option("APP", list->app)->required();
+  add.add_option("SECTION", list->section)->required();
+  add.add_option("LIBRARY", list->library, "a library file or class name")->required();
+  AddJsonFlag(add, list->json);
+  OnRun(add, [list] { return RunRegisterLibrary(*list); });
+
+  CLI::App& show = *command.add_subcommand("startup", "print the start-up list of libraries");
+  show.add_option("APP", list->app)->required();
+  show.add_option("SECTION", list->section)->required();
+  AddJsonFlag(show, list->json);
+  OnRun(show, [list] { return RunStartupList(*list); });
 }
 
 }  // namespace corvale::cli

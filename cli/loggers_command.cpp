@@ -1,6 +1,5 @@
 // corvale loggers FILE [KEY] [--json]: the logger definitions of a file, or one of them in full
-// with its resources, input channels and output channels. The model is read once into a JSON
-// document, which --json prints as it is and the text view lays out.
+// with its resources, input channels and output channels.
 #include <iomanip>
 #include <iostream>
 #include <nlohmann/json.hpp>
@@ -9,9 +8,10 @@
 #include <unordered_set>
 #include <vector>
 
-#include "cli/cli_util.h"
+#include "cli/command.h"
 #include "cli/commands.h"
 #include "cli/library_report.h"
+#include "cli/report.h"
 #include "corvale/binding/node_access.h"
 #include "corvale/core/convert.h"
 #include "corvale/core/error.h"
@@ -21,8 +21,6 @@
 
 namespace corvale::cli {
 namespace {
-
-using nlohmann::ordered_json;
 
 // The first key that two children of `container` share (without regard to case), in
 // document order; empty keys are no keys unless `emptyIsKey`.
@@ -191,54 +189,42 @@ ordered_json Full(clsLoggerDef& logger) {
   return out;
 }
 
-std::string Text(const ordered_json& value) {
-  if (value.is_string()) return value.get<std::string>();
-  if (value.is_number_float()) return DoubleText(value.get<double>());
-  if (value.is_boolean()) return value.get<bool>() ? "yes" : "no";
-  if (value.is_null()) return "";
-  return value.dump();
-}
-
-std::string Coded(const ordered_json& name, const ordered_json& code) {
-  const std::string text = Text(name);
-  return text.empty() ? Text(code) : text + " (" + Text(code) + ")";
-}
-
 std::string Joined(const ordered_json& list) {
   std::string text;
   for (const auto& item : list) text += (text.empty() ? "" : ", ") + Text(item);
   return text.empty() ? "-" : text;
 }
 
-void PrintList(const ordered_json& loggers) {
-  std::cout << std::left << std::setw(12) << "KEY" << std::setw(34) << "NAME" << std::right
-            << std::setw(6) << "TYPE" << std::setw(10) << "MEMORY" << std::setw(8) << "INPUTS"
-            << std::setw(9) << "OUTPUTS" << std::setw(11) << "RESOURCES"
-            << "\n";
+void PrintList(std::ostream& out, const ordered_json& content) {
+  const ordered_json& loggers = content["loggers"];
+  out << std::left << std::setw(12) << "KEY" << std::setw(34) << "NAME" << std::right
+      << std::setw(6) << "TYPE" << std::setw(10) << "MEMORY" << std::setw(8) << "INPUTS"
+      << std::setw(9) << "OUTPUTS" << std::setw(11) << "RESOURCES"
+      << "\n";
   for (const auto& logger : loggers) {
-    std::cout << std::left << std::setw(12) << Text(logger["key"]) << std::setw(34)
-              << Text(logger["name"]) << std::right << std::setw(6) << Text(logger["loggerType"])
-              << std::setw(10) << Text(logger["memorySize"]) << std::setw(8)
-              << Text(logger["inputChannels"]) << std::setw(9) << Text(logger["outputChannels"])
-              << std::setw(11) << Text(logger["resources"]) << "\n";
+    out << std::left << std::setw(12) << Text(logger["key"]) << std::setw(34)
+        << Text(logger["name"]) << std::right << std::setw(6) << Text(logger["loggerType"])
+        << std::setw(10) << Text(logger["memorySize"]) << std::setw(8)
+        << Text(logger["inputChannels"]) << std::setw(9) << Text(logger["outputChannels"])
+        << std::setw(11) << Text(logger["resources"]) << "\n";
   }
 }
 
-void PrintRequests(const ordered_json& requests) {
+void PrintRequests(std::ostream& out, const ordered_json& requests) {
   for (const auto& request : requests) {
-    std::cout << "      request " << Text(request["key"]) << ": " << Text(request["resource"])
-              << ", lock mode " << Text(request["lockCaption"]);
+    out << "      request " << Text(request["key"]) << ": " << Text(request["resource"])
+        << ", lock mode " << Text(request["lockCaption"]);
     if (request["resourceLock"].is_null()) {
-      std::cout << "; the logger has no such resource\n";
+      out << "; the logger has no such resource\n";
     } else {
-      std::cout << "; resource lock " << Text(request["resourceLock"])
-                << ", users: " << Joined(request["resourceUsers"]) << "\n";
+      out << "; resource lock " << Text(request["resourceLock"])
+          << ", users: " << Joined(request["resourceUsers"]) << "\n";
     }
   }
 }
 
-void PrintFull(const ordered_json& logger) {
-  std::cout << "Logger " << Text(logger["key"]) << ": " << Text(logger["name"]) << "\n";
+void PrintFull(std::ostream& out, const ordered_json& logger) {
+  out << "Logger " << Text(logger["key"]) << ": " << Text(logger["name"]) << "\n";
   for (const auto& [label, field] : {std::pair{"Catalogue code", "catCode"},
                                      {"Description", "description"},
                                      {"Logger type", "loggerType"},
@@ -249,56 +235,61 @@ void PrintFull(const ordered_json& logger) {
                                      {"Minimum compiler", "minimumCompiler"},
                                      {"Minimum build revision", "minimumBuildRevision"}}) {
     const std::string text = Text(logger[field]);
-    if (!text.empty()) std::cout << "  " << label << ": " << text << "\n";
+    if (!text.empty()) out << "  " << label << ": " << text << "\n";
   }
-  std::cout << "Resources (" << logger["resources"].size() << ")\n";
+  out << "Resources (" << logger["resources"].size() << ")\n";
   for (const auto& resource : logger["resources"]) {
-    std::cout << "  " << Text(resource["key"]) << ": " << Text(resource["lockCaption"]) << "; type "
-              << Text(resource["type"]);
-    if (!Text(resource["tag"]).empty()) std::cout << "; " << Text(resource["tag"]);
-    std::cout << "; users: " << Joined(resource["users"]) << "\n";
+    out << "  " << Text(resource["key"]) << ": " << Text(resource["lockCaption"]) << "; type "
+        << Text(resource["type"]);
+    if (!Text(resource["tag"]).empty()) out << "; " << Text(resource["tag"]);
+    out << "; users: " << Joined(resource["users"]) << "\n";
   }
-  std::cout << "Input channels (" << logger["inputChannels"].size() << ")\n";
+  out << "Input channels (" << logger["inputChannels"].size() << ")\n";
   for (const auto& channel : logger["inputChannels"]) {
-    std::cout << "  " << Text(channel["key"]) << ": "
-              << Coded(channel["channelTypeName"], channel["channelType"]) << ", "
-              << Coded(channel["dataTypeName"], channel["inputDataType"]) << ", "
-              << Text(channel["numberBytes"]) << " bytes";
+    out << "  " << Text(channel["key"]) << ": "
+        << Coded(channel["channelTypeName"], channel["channelType"]) << ", "
+        << Coded(channel["dataTypeName"], channel["inputDataType"]) << ", "
+        << Text(channel["numberBytes"]) << " bytes";
     if (channel["min"] != 0 || channel["max"] != 0)
-      std::cout << ", range " << Text(channel["min"]) << " to " << Text(channel["max"]);
+      out << ", range " << Text(channel["min"]) << " to " << Text(channel["max"]);
     else
-      std::cout << ", no range";
-    if (channel["virtual"].get<bool>()) std::cout << ", virtual";
-    std::cout << "; " << Text(channel["stateText"]) << "\n";
+      out << ", no range";
+    if (channel["virtual"].get<bool>()) out << ", virtual";
+    out << "; " << Text(channel["stateText"]) << "\n";
     if (!Text(channel["description"]).empty())
-      std::cout << "      " << Text(channel["description"]) << "\n";
-    PrintRequests(channel["requests"]);
+      out << "      " << Text(channel["description"]) << "\n";
+    PrintRequests(out, channel["requests"]);
   }
-  std::cout << "Output channels (" << logger["outputChannels"].size() << ")\n";
+  out << "Output channels (" << logger["outputChannels"].size() << ")\n";
   for (const auto& channel : logger["outputChannels"]) {
-    std::cout << "  " << Text(channel["key"]) << ": "
-              << Coded(channel["channelTypeName"], channel["channelType"]) << "; "
-              << Text(channel["stateText"]) << "\n";
+    out << "  " << Text(channel["key"]) << ": "
+        << Coded(channel["channelTypeName"], channel["channelType"]) << "; "
+        << Text(channel["stateText"]) << "\n";
     if (!Text(channel["description"]).empty())
-      std::cout << "      " << Text(channel["description"]) << "\n";
-    PrintRequests(channel["requests"]);
+      out << "      " << Text(channel["description"]) << "\n";
+    PrintRequests(out, channel["requests"]);
   }
 }
 
-// Loads the file; false, with the reason on standard error, when it is not a logger definition
-// file or holds a key twice.
-bool LoadDefinitions(const std::string& path, clsLoggerDefs& loggers) {
+// Loads the file; false, with the reason reported, when it is not a logger definition file or
+// holds a key twice.
+bool LoadDefinitions(Report& report, const std::string& path, clsLoggerDefs& loggers) {
   try {
     if (loggers.Load(path) && loggers.XMLNode()) return true;
   } catch (const Error& error) {
-    if (error.number() != err::kDuplicateKey) throw;
+    if (error.number() != err::kDuplicateKey) {
+      report.Problem(Printable(path), error, {{"file", path}});
+      return false;
+    }
     const auto key =
         RepeatedKey(loggers.Document().selectSingleNode("LOGGERS"), "LOGGER", LoggerKey, true);
-    std::cerr << path << ": two logger definitions have the key \"" << key.value_or("")
-              << "\" (error " << error.number() << ": " << error.description() << ")\n";
+    report.Problem(Printable(path) + ": two logger definitions have the key \"" + key.value_or("") +
+                       "\" (error " + std::to_string(error.number()) + ": " + error.description() +
+                       ")",
+                   {{"file", path}, {"logger", key.value_or("")}, {"error", error.number()}});
     return false;
   }
-  ReportLoadFailure(path, loggers.ParseError(), "LOGGERS");
+  ReportLoadFailure(report, path, loggers.ParseError(), "LOGGERS");
   return false;
 }
 
@@ -315,65 +306,63 @@ xml::Node ElementAt(const clsLoggerDefs& loggers, const corvale::Index& index) {
   return {};
 }
 
-// One definition read into JSON; nothing, with the reason on standard error, for an unknown
-// key or a key repeated inside the definition.
-std::optional<ordered_json> Read(const std::string& path, const clsLoggerDefs& loggers,
-                                 const corvale::Index& index, bool full) {
+// One definition read into JSON; nothing, with the reason reported, for an unknown key, a key
+// repeated inside the definition or a value the model cannot read.
+std::optional<ordered_json> Read(Report& report, const std::string& path,
+                                 const clsLoggerDefs& loggers, const corvale::Index& index,
+                                 bool full) {
   const xml::Node element = ElementAt(loggers, index);
   if (!element) {
-    std::cerr << path << ": no logger definition with the key \"" << index.Key() << "\"\n";
+    report.Problem(Printable(path) + ": no logger definition with the key \"" + index.Key() + "\"",
+                   {{"file", path}, {"logger", index.Key()}});
     return std::nullopt;
   }
   try {
     const LoggerDefPtr logger = loggers.Item(index);
     return full ? Full(*logger) : Summary(*logger);
   } catch (const Error& error) {
-    if (error.number() != err::kDuplicateKey) throw;
-    std::cerr << path << ": logger " << LoggerKey(element) << ": " << RepeatedKeyIn(element)
-              << " (error " << error.number() << ": " << error.description() << ")\n";
+    const std::string where = Printable(path) + ": logger " + LoggerKey(element);
+    const ordered_json fields = {{"file", path}, {"logger", LoggerKey(element)}};
+    if (error.number() != err::kDuplicateKey) {
+      report.Problem(where, error, fields);
+    } else {
+      report.Problem(where + ": " + RepeatedKeyIn(element) + " (error " +
+                         std::to_string(error.number()) + ": " + error.description() + ")",
+                     fields);
+    }
     return std::nullopt;
   }
 }
 
 }  // namespace
 
-int RunLoggers(const std::vector<std::string>& arguments) {
-  std::vector<std::string> args = arguments;
-  const bool json = TakeFlag(args, "--json");
-  RejectUnknownOptions(args);
-  if (args.empty()) throw UsageError("no FILE given");
-  if (args.size() > 2) throw UsageError("too many arguments");
-  const std::string& path = args[0];
-
+int RunLoggers(const LoggersOptions& options) {
+  Report report(options.json);
+  const std::string& path = options.file;
   auto loggers = std::make_shared<clsLoggerDefs>();
-  if (!LoadDefinitions(path, *loggers)) return kExitFailure;
+  if (!LoadDefinitions(report, path, *loggers)) return report.Finish(nullptr, {});
 
-  if (args.size() == 2) {
-    const auto logger = Read(path, *loggers, args[1], true);
-    if (!logger) return kExitFailure;
-    if (json) {
-      std::cout << logger->dump(2) << "\n";
-    } else {
-      PrintFull(*logger);
-    }
-    return kExitOk;
+  if (!options.key.empty()) {
+    auto logger = Read(report, path, *loggers, options.key, true);
+    return report.Finish(logger ? std::move(*logger) : ordered_json(), PrintFull);
   }
-
-  int status = kExitOk;
   ordered_json list = ordered_json::array();
   for (int16_t i = 1; i <= loggers->Count(); ++i) {
-    if (auto logger = Read(path, *loggers, i, false)) {
-      list.push_back(std::move(*logger));
-    } else {
-      status = kExitFailure;
-    }
+    if (auto logger = Read(report, path, *loggers, i, false)) list.push_back(std::move(*logger));
   }
-  if (json) {
-    std::cout << ordered_json{{"file", path}, {"loggers", list}}.dump(2) << "\n";
-  } else {
-    PrintList(list);
-  }
-  return status;
+  return report.Finish({{"file", path}, {"loggers", std::move(list)}}, PrintList);
+}
+
+void AddLoggersCommand(CLI::App& program) {
+  auto options = std::make_shared<LoggersOptions>();
+  CLI::App& command = *program.add_subcommand(
+      "loggers",
+      "list the logger definitions of a file, or show one in full with its resources and "
+      "channels");
+  command.add_option("FILE", options->file, "the logger definition file")->required();
+  command.add_option("KEY", options->key, "the key of the one to show");
+  AddJsonFlag(command, options->json);
+  OnRun(command, [options] { return RunLoggers(*options); });
 }
 
 }  // namespace corvale::cli

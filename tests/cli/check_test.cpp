@@ -66,14 +66,14 @@ TEST(CheckCommand, UsageErrorsHelpAndVersion) {
     EXPECT_TRUE(Contains(run.err, "usage: corvale")) << run.err;
   }
   EXPECT_TRUE(RunCli({"frobnicate"}).Says("unknown command 'frobnicate'"));
-  EXPECT_TRUE(RunCli({"check"}).Says("usage: corvale check FILE..."));
+  EXPECT_TRUE(RunCli({"check"}).Says("usage: corvale check FILE... [--json]"));
 
   CliRun help = RunCli({"--help"});
   EXPECT_EQ(help.status, 0);
-  EXPECT_TRUE(std::regex_search(help.out, std::regex("\n  check FILE\\.\\.\\.\n      load ")));
+  EXPECT_TRUE(std::regex_search(help.out, std::regex("\n  check FILE\\.\\.\\. \\[--json\\]\n      load ")));
   CliRun checkHelp = RunCli({"check", "--help"});
   EXPECT_EQ(checkHelp.status, 0);
-  EXPECT_EQ(checkHelp.out.rfind("usage: corvale check FILE...\n", 0), 0u) << checkHelp.out;
+  EXPECT_EQ(checkHelp.out.rfind("usage: corvale check FILE... [--json]\n", 0), 0u) << checkHelp.out;
 
   CliRun version = RunCli({"--version"});
   EXPECT_EQ(version.status, 0);

@@ -44,26 +44,5 @@ TEST(TerminalHost, AsksConfirmsOrRefuses) {
   }
 }
 
-TEST(CliArguments, OptionsFlagsAndOperands) {
-  std::vector<std::string> args{"a.xml", "--yes", "--target-file", "lib.xml", "b.xml"};
-  EXPECT_TRUE(TakeFlag(args, "--yes"));
-  EXPECT_FALSE(TakeFlag(args, "--yes"));
-  EXPECT_EQ(TakeOption(args, "--target-file"), "lib.xml");
-  EXPECT_EQ(args, (std::vector<std::string>{"a.xml", "b.xml"}));
-
-  args = {"--target-file=x.xml", "--", "--yes"};
-  EXPECT_EQ(TakeOption(args, "--target-file"), "x.xml");
-  EXPECT_FALSE(TakeFlag(args, "--yes"));  // after "--" it is a file name
-  RejectUnknownOptions(args);
-  EXPECT_EQ(args, std::vector<std::string>{"--yes"});
-
-  args = {"a.xml", "--target-file"};
-  EXPECT_THROW(TakeOption(args, "--target-file"), UsageError);
-  args = {"a.xml", "-v"};
-  EXPECT_THROW(RejectUnknownOptions(args), UsageError);
-  args = {"-"};
-  EXPECT_NO_THROW(RejectUnknownOptions(args));
-}
-
 }  // namespace
 }  // namespace corvale::cli

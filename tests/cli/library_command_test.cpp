@@ -52,7 +52,7 @@ TEST(LibraryCommand, ListsShowsAndReportsBadLibraries) {
                             "</INSTRUMENT></PennardInstrumentLibrary>")});
   EXPECT_EQ(odd.status, 1);
   EXPECT_TRUE(odd.Says("instruments 1 3 share the catalogue code \"A\"")) << odd.err;
-  EXPECT_TRUE(odd.Says("instrument 2: error 429")) << odd.err;
+  EXPECT_TRUE(odd.Says("odd.xml: instrument 2 (B): error 429")) << odd.err;
   EXPECT_TRUE(odd.Says("Instruments: 3"));
 }
 
