@@ -111,7 +111,13 @@ int RunLibrary(const LibraryOptions& options) {
 int RunRegisterLibrary(const StartupListOptions& options) {
   Report report(options.json);
   return report.Guard("", [&] {
-    clsRegisterLibrary().Register(options.app, options.section, options.library);
+    try {
+      clsRegisterLibrary::AddToStartupList(options.app, options.section, options.library);
+    } catch (const Error& error) {
+      // The list stays as it was; it is still printed below.
+      report.Problem("corvale library register", error,
+                     {{"app", options.app}, {"section", options.section}});
+    }
     if (!WildcardMatch(options.library, "*.*")) {
       report.Problem("corvale library: " + Printable(options.library) +
                          " is no library class or file name (it has no \".\"); nothing was added",

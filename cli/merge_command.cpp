@@ -8,6 +8,7 @@
 #include "cli/commands.h"
 #include "cli/library_report.h"
 #include "cli/report.h"
+#include "corvale/core/atomic_file.h"
 #include "corvale/core/convert.h"
 #include "corvale/core/registry.h"
 #include "corvale/libraries/libraries.h"
@@ -54,6 +55,9 @@ int RunMerge(const MergeOptions& options) {
       report.Problem(Printable(mergeFile) + ": names no TARGET library", {{"file", mergeFile}});
       return report.Finish(nullptr, {});
     }
+    // Held from reading the library to replacing it, so that merges running at the same time
+    // follow one another instead of each saving over the other's instruments.
+    const FileLock lock(targetFile);
     auto library = std::make_shared<XMLInstruments>();
     if (!LoadLibraryFile(report, targetFile, *library)) return report.Finish(nullptr, {});
     if (ReportDuplicateCodes(report, targetFile, *library) > 0) {
@@ -65,7 +69,13 @@ int RunMerge(const MergeOptions& options) {
     // Whatever class the merge file names as its target, here it is the library file given.
     RegisterClass(target, [library] { return library; });
     merge.Libraries(std::make_shared<clsLibraries>());
-    const MergeResult result = merge.MergeInstruments();
+    MergeResult result;
+    try {
+      result = merge.MergeInstruments();
+    } catch (const Error& error) {  // the library could not be saved: it is as it was
+      report.Problem(Printable(targetFile), error, {{"file", targetFile}});
+      return report.Finish(nullptr, {});
+    }
     if (result.cancelled) {
       report.Problem("merge cancelled: " + Printable(targetFile) + " is unchanged",
                      {{"file", targetFile}});

@@ -8,6 +8,7 @@
 #include <string_view>
 
 #include "corvale/binding/node_access.h"
+#include "corvale/core/atomic_file.h"
 #include "corvale/xml/xml.h"
 
 namespace corvale {
@@ -24,6 +25,12 @@ class FileDocument {
   // may be a pipe).
   const std::string& LoadedRootName() const { return loadedRoot_; }
 
+  // A save over the file this document was read from (or last saved to) is refused with
+  // error kFileChanged when the file changed on disk since then (another size, modification
+  // time or file), so that one writer does not silently undo another's save. True lets the
+  // saves that follow overwrite such changes.
+  void OverwriteChangedFile(bool overwrite) { overwriteChanged_ = overwrite; }
+
  protected:
   // A new document holding the declaration (version = "1.0" encoding="windows-1252") and a
   // root element of that name, made by the element factory; the root is appended to the
@@ -38,9 +45,10 @@ class FileDocument {
   // ParseError() says why. The root and the remembered file are left to the caller, whose
   // rules differ on when a load counts (a parse, or a parse with the right root).
   bool LoadFile(const std::string& path);
-  // Saves the document to path, or to the remembered file when path is empty. A failure
-  // rises as corvale::Error; nothing is remembered here.
-  void SaveTo(const std::string& path) const;
+  // Saves the document to path, or to the remembered file when path is empty, holding the
+  // file's lock (FileLock) and replacing it atomically (ReplaceFile). A failure rises as
+  // corvale::Error; the file name is not remembered here.
+  void SaveTo(const std::string& path);
 
   // Declared first: the factory document must exist before the root is made.
   FactoryUser factory_user_;
@@ -50,6 +58,10 @@ class FileDocument {
 
  private:
   std::string loadedRoot_;
+  // The file last read or written, after symbolic links, and its stamp then.
+  std::string knownPath_;
+  FileStamp knownStamp_;
+  bool overwriteChanged_ = false;
 };
 
 }  // namespace corvale

@@ -16,6 +16,8 @@ std::string StandardDescription(int32_t number) {
       return "Type mismatch";
     case err::kFileNotFound:
       return "File not found";
+    case err::kPermissionDenied:
+      return "Permission denied";
     case err::kPathFileAccess:
       return "Path/File access error";
     case err::kObjectNotSet:
@@ -26,6 +28,8 @@ std::string StandardDescription(int32_t number) {
       return "Object doesn't support this property or method";
     case err::kDuplicateKey:
       return "This key is already associated with an element of this collection";
+    case err::kFileChanged:
+      return "The file has changed on disk since it was read";
     default:
       return "Application-defined or object-defined error";
   }

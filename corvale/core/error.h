@@ -16,6 +16,7 @@ inline constexpr int32_t kSubscriptOutOfRange = 9;
 inline constexpr int32_t kDivisionByZero = 11;
 inline constexpr int32_t kTypeMismatch = 13;
 inline constexpr int32_t kFileNotFound = 53;
+inline constexpr int32_t kPermissionDenied = 70;
 inline constexpr int32_t kPathFileAccess = 75;
 inline constexpr int32_t kObjectNotSet = 91;
 inline constexpr int32_t kCannotCreateObject = 429;
@@ -38,6 +39,9 @@ inline constexpr int32_t kAdd6 = static_cast<int32_t>(0x800403EEu);
 // their own, past the scheme's Add range, so that a host can tell them from a collection's 457.
 inline constexpr int32_t kDuplicateTemplateKey = static_cast<int32_t>(0x80040401u);
 inline constexpr int32_t kDuplicateSystemKey = static_cast<int32_t>(0x80040402u);
+
+// A save refused because the file changed on disk since the document was read from it.
+inline constexpr int32_t kFileChanged = static_cast<int32_t>(0x80040100u);
 }  // namespace err
 
 // The description a user of the original platform sees for a standard number;

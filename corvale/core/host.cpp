@@ -9,8 +9,10 @@
 #include <filesystem>
 #include <fstream>
 #include <iostream>
+#include <optional>
 #include <sstream>
 
+#include "corvale/core/atomic_file.h"
 #include "corvale/core/settings_store.h"
 
 namespace corvale {
@@ -57,21 +59,89 @@ MsgAnswer HostServices::MessageBox(std::string_view text, std::string_view title
   return MsgAnswer::OK;
 }
 
+struct HostServices::PendingSettings {
+  int depth = 0;
+  bool dropped = false;  // an inner update ended without committing
+  bool dirty = false;
+  std::optional<FileLock> lock;
+  std::optional<SettingsStore> store;
+};
+
+SettingsStore* HostServices::OpenUpdate(std::string_view app) {
+  auto found = pending_.find(std::string(app));
+  if (found == pending_.end()) return nullptr;
+  PendingSettings& pending = *found->second;
+  if (!pending.store) {
+    const std::string path = SettingsStore::PathFor(app);
+    SettingsStore::CreateFolder(path);
+    pending.lock.emplace(path);
+    pending.store.emplace(path);
+  }
+  return &*pending.store;
+}
+
+void HostServices::BeginSettingsUpdate(std::string_view app) {
+  auto& pending = pending_[std::string(app)];
+  if (!pending) pending = std::make_shared<PendingSettings>();
+  ++pending->depth;
+}
+
+void HostServices::EndSettingsUpdate(std::string_view app, bool commit) {
+  auto found = pending_.find(std::string(app));
+  if (found == pending_.end()) return;
+  std::shared_ptr<PendingSettings> pending = found->second;
+  if (!commit) pending->dropped = true;
+  if (--pending->depth > 0) return;
+  pending_.erase(found);  // the lock goes with the last reference, after the write
+  if (pending->dirty && !pending->dropped) pending->store->Commit();
+}
+
 std::string HostServices::GetSetting(std::string_view app, std::string_view section,
                                      std::string_view key, std::string_view defaultValue) {
+  if (SettingsStore* store = OpenUpdate(app)) return store->Get(section, key, defaultValue);
   return SettingsStore(SettingsStore::PathFor(app)).Get(section, key, defaultValue);
 }
 
 void HostServices::SaveSetting(std::string_view app, std::string_view section, std::string_view key,
                                std::string_view value) {
-  SettingsStore store(SettingsStore::PathFor(app));
-  store.Set(section, key, value);
-  store.Commit();
+  ChangeSettings(app, [&](SettingsStore& store) {
+    store.Set(section, key, value);
+    return true;
+  });
 }
 
 void HostServices::DeleteSetting(std::string_view app, std::string_view section) {
-  SettingsStore store(SettingsStore::PathFor(app));
-  if (store.DeleteSection(section)) store.Commit();
+  ChangeSettings(app, [&](SettingsStore& store) { return store.DeleteSection(section); });
+}
+
+// Qualified calls: a host that replaces the update calls still gets this store's own.
+void HostServices::ChangeSettings(std::string_view app,
+                                  const std::function<bool(SettingsStore&)>& change) {
+  HostServices::BeginSettingsUpdate(app);
+  try {
+    if (change(*OpenUpdate(app))) pending_.at(std::string(app))->dirty = true;
+  } catch (...) {
+    HostServices::EndSettingsUpdate(app, false);
+    throw;
+  }
+  HostServices::EndSettingsUpdate(app, true);
+}
+
+SettingsUpdate::SettingsUpdate(std::string_view app) : app_(app) {
+  Host().BeginSettingsUpdate(app_);
+}
+
+SettingsUpdate::~SettingsUpdate() {
+  if (!open_) return;
+  try {
+    Host().EndSettingsUpdate(app_, false);
+  } catch (...) {  // dropping writes nothing, so this cannot fail in the default host
+  }
+}
+
+void SettingsUpdate::Commit() {
+  open_ = false;
+  Host().EndSettingsUpdate(app_, true);
 }
 
 std::string HostServices::LibraryFolder() {

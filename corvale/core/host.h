@@ -2,11 +2,15 @@
 // of services. The defaults suit a command-line program; hosts and tests replace them.
 #pragma once
 
+#include <functional>
+#include <map>
 #include <memory>
 #include <string>
 #include <string_view>
 
 namespace corvale {
+
+class SettingsStore;
 
 enum class MsgIcon { None, Critical, Question, Exclamation, Information };
 enum class MsgButtons { OK, OKCancel, AbortRetryIgnore, YesNoCancel, YesNo, RetryCancel };
@@ -30,15 +34,23 @@ class HostServices {
   virtual void DoEvents() {}
 
   // Per-user settings store. Default: one INI file per application name under
-  // $XDG_CONFIG_HOME (or ~/.config)/corvale/ (SettingsStore), written atomically; a missing,
-  // unreadable or broken file reads as empty. Sections and keys compare without regard to
-  // case. SaveSetting raises corvale::Error 75 when the file cannot be written, 5 for a key or
-  // section name that the file cannot hold; deleting a missing section does nothing.
+  // $XDG_CONFIG_HOME (or ~/.config)/corvale/ (SettingsStore), written atomically under its
+  // lock (ReplaceFile, FileLock); a missing, unreadable or broken file reads as empty, and an
+  // unreadable one is not written over. Sections and keys compare without regard to
+  // case. SaveSetting raises corvale::Error 70 or 75 when the file cannot be written, 5 for a
+  // key or section name that the file cannot hold; deleting a missing section does nothing.
   virtual std::string GetSetting(std::string_view app, std::string_view section,
                                  std::string_view key, std::string_view defaultValue);
   virtual void SaveSetting(std::string_view app, std::string_view section, std::string_view key,
                            std::string_view value);
   virtual void DeleteSetting(std::string_view app, std::string_view section);
+  // Groups the settings calls for one application that follow into one change of its store:
+  // from the first of them the store is locked against other processes, reads see the changes
+  // made so far, and EndSettingsUpdate(app, true) writes them all in one atomic replace
+  // (raising when it cannot); false drops them. Updates of one application nest, the outermost
+  // writing. Hosts that keep their settings elsewhere can leave these two as they are.
+  virtual void BeginSettingsUpdate(std::string_view app);
+  virtual void EndSettingsUpdate(std::string_view app, bool commit);
 
   // The library's own folder, without a trailing separator: $CORVALE_HOME, else the folder
   // of the running program.
@@ -58,6 +70,30 @@ class HostServices {
 
   // Seconds since midnight, local time.
   virtual double Clock();
+
+ private:
+  struct PendingSettings;
+  // The open update of app, with its store read and locked on first use; null when none.
+  SettingsStore* OpenUpdate(std::string_view app);
+  // One change of app's store, inside the open update or as an update of its own; the
+  // change says whether it changed anything.
+  void ChangeSettings(std::string_view app, const std::function<bool(SettingsStore&)>& change);
+  std::map<std::string, std::shared_ptr<PendingSettings>> pending_;  // by application
+};
+
+// One settings update of the host in force (BeginSettingsUpdate); dropped unless committed.
+class SettingsUpdate {
+ public:
+  explicit SettingsUpdate(std::string_view app);
+  ~SettingsUpdate();
+  SettingsUpdate(const SettingsUpdate&) = delete;
+  SettingsUpdate& operator=(const SettingsUpdate&) = delete;
+  // Writes the changes; raises when they cannot be written.
+  void Commit();
+
+ private:
+  std::string app_;
+  bool open_ = true;
 };
 
 // The picture the editors show for an instrument, a channel or a logger: the icon service's

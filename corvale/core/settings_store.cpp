@@ -4,6 +4,7 @@
 #include <pwd.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
@@ -13,6 +14,7 @@
 #include <sstream>
 #include <utility>
 
+#include "corvale/core/atomic_file.h"
 #include "corvale/core/convert.h"
 #include "corvale/core/error.h"
 
@@ -134,8 +136,7 @@ void CheckName(std::string_view name, std::string_view what, std::string_view fo
 }
 
 [[noreturn]] void WriteFailed(const std::string& path, int error) {
-  throw Error(err::kPathFileAccess,
-              "Cannot write settings file " + path + ": " + std::strerror(error));
+  RaiseFileError("write settings file", path, error);
 }
 
 }  // namespace
@@ -166,12 +167,15 @@ std::string SettingsStore::PathFor(std::string_view app) {
 
 SettingsStore::SettingsStore(std::string path) : path_(std::move(path)) {
   std::error_code error;
-  if (!fs::is_regular_file(path_, error)) return;
+  if (!fs::exists(fs::symlink_status(path_, error))) return;
+  errno = 0;
   std::ifstream in(path_, std::ios::binary);
-  if (!in) return;
   std::ostringstream text;
-  text << in.rdbuf();
-  if (!in.good() && !in.eof()) return;
+  if (in) text << in.rdbuf();
+  if (!in || (!in.good() && !in.eof())) {
+    if (errno != ENOENT) unreadable_ = errno ? errno : EIO;  // ENOENT: a link to no file yet
+    return;
+  }
   if (!Parse(text.str())) {
     sections_.clear();
     broken_ = true;
@@ -179,37 +183,45 @@ SettingsStore::SettingsStore(std::string path) : path_(std::move(path)) {
 }
 
 bool SettingsStore::Parse(std::string_view text) {
+  // A file holding NUL bytes is no settings file at all; anything else is read line by line.
   if (text.find('\0') != text.npos) return false;
   Section* current = nullptr;
+  auto section = [&]() -> Section& {
+    if (!current) {
+      current = Find("");
+      if (!current) current = &*sections_.insert(sections_.begin(), Section{"", {}});
+    }
+    return *current;
+  };
   while (!text.empty()) {
     size_t end = text.find('\n');
-    std::string_view line = text.substr(0, end);
+    std::string_view raw = text.substr(0, end);
     text = end == text.npos ? std::string_view{} : text.substr(end + 1);
-    if (!line.empty() && line.back() == '\r') line.remove_suffix(1);
-    line = TrimSpace(line);
+    if (!raw.empty() && raw.back() == '\r') raw.remove_suffix(1);
+    std::string_view line = TrimSpace(raw);
     if (line.empty() || line.front() == ';' || line.front() == '#') continue;
 
-    if (line.front() == '[') {
-      if (line.back() != ']') return false;
+    if (line.front() == '[' && line.back() == ']') {
       std::string_view name = TrimSpace(line.substr(1, line.size() - 2));
       current = Find(name);
       if (!current) current = &sections_.emplace_back(Section{std::string(name), {}});
       continue;
     }
     const size_t equals = line.find('=');
-    if (equals == line.npos) return false;
     std::string_view key = TrimSpace(line.substr(0, equals));
-    std::string_view raw = TrimSpace(line.substr(equals + 1));
-    if (key.empty()) return false;
-    std::string value(raw);
-    if (!raw.empty() && raw.front() == '"' && !Unquote(raw, value)) return false;
-    if (!current) {
-      current = Find("");
-      if (!current) current = &*sections_.insert(sections_.begin(), Section{"", {}});
+    std::string_view rawValue = equals == line.npos ? "" : TrimSpace(line.substr(equals + 1));
+    std::string value(rawValue);
+    // A line that is no setting is kept as it stands (under an empty key, which no setting
+    // can have) and written back, so that a hand edit gone wrong loses nothing else.
+    if (equals == line.npos || key.empty() || line.front() == '[' ||
+        (!rawValue.empty() && rawValue.front() == '"' && !Unquote(rawValue, value))) {
+      section().entries.emplace_back(std::string(), std::string(raw));
+      continue;
     }
+    Section& into = section();
     bool seen = false;
-    for (const auto& entry : current->entries) seen = seen || EqualsNoCase(entry.first, key);
-    if (!seen) current->entries.emplace_back(std::string(key), std::move(value));  // first wins
+    for (const auto& entry : into.entries) seen = seen || EqualsNoCase(entry.first, key);
+    if (!seen) into.entries.emplace_back(std::string(key), std::move(value));  // first wins
   }
   return true;
 }
@@ -229,7 +241,7 @@ std::string SettingsStore::Get(std::string_view section, std::string_view key,
                                std::string_view defaultValue) const {
   if (const Section* found = Find(section)) {
     for (const auto& [name, value] : found->entries) {
-      if (EqualsNoCase(name, key)) return value;
+      if (!name.empty() && EqualsNoCase(name, key)) return value;
     }
   }
   return std::string(defaultValue);
@@ -245,7 +257,7 @@ void SettingsStore::Set(std::string_view section, std::string_view key, std::str
                              : &sections_.emplace_back(Section{std::string(section), {}});
   }
   for (auto& entry : target->entries) {
-    if (EqualsNoCase(entry.first, key)) {
+    if (!entry.first.empty() && EqualsNoCase(entry.first, key)) {
       entry.second = std::string(value);
       return;
     }
@@ -256,7 +268,9 @@ void SettingsStore::Set(std::string_view section, std::string_view key, std::str
 bool SettingsStore::DeleteSection(std::string_view section) {
   for (auto it = sections_.begin(); it != sections_.end(); ++it) {
     if (EqualsNoCase(it->name, section)) {
-      sections_.erase(it);
+      // Lines kept as they stood are no settings, so deleting the settings leaves them.
+      std::erase_if(it->entries, [](const auto& entry) { return !entry.first.empty(); });
+      if (it->entries.empty()) sections_.erase(it);
       return true;
     }
   }
@@ -271,6 +285,10 @@ std::string SettingsStore::Text() const {
       text += "[" + section.name + "]\n";
     }
     for (const auto& [key, value] : section.entries) {
+      if (key.empty()) {
+        text += value + "\n";
+        continue;
+      }
       text += key + "=" + (NeedsQuotes(value) ? Quote(value) : value) + "\n";
     }
   }
@@ -278,40 +296,29 @@ std::string SettingsStore::Text() const {
 }
 
 void SettingsStore::Commit() {
-  const fs::path target(path_);
+  // A file that exists but could not be read would be lost by writing what little we know.
+  if (unreadable_) WriteFailed(path_, unreadable_);
+  CreateFolder(path_);
+  // A file we could not understand is kept beside the new one under the first free number;
+  // a hard link leaves the old name in place until the replace below.
+  if (broken_) {
+    for (int number = 1;; ++number) {
+      const std::string backup = path_ + ".broken." + std::to_string(number);
+      if (::link(path_.c_str(), backup.c_str()) == 0) break;
+      if (errno != EEXIST) WriteFailed(path_, errno);
+    }
+  }
+  ReplaceFile(path_, Text());
+  broken_ = false;
+}
+
+void SettingsStore::CreateFolder(const std::string& path) {
+  const fs::path target(path);
   std::error_code error;
   if (target.has_parent_path()) {
     fs::create_directories(target.parent_path(), error);
-    if (error) WriteFailed(path_, error.value());
+    if (error) WriteFailed(path, error.value());
   }
-  // A file we could not read is kept beside the new one rather than lost.
-  if (broken_) fs::rename(target, path_ + ".broken", error);
-
-  const std::string text = Text();
-  std::string temporary = path_ + ".XXXXXX";
-  const int fd = mkstemp(temporary.data());
-  if (fd < 0) WriteFailed(path_, errno);
-  int failure = 0;
-  for (size_t written = 0; written < text.size() && !failure;) {
-    const ssize_t n = ::write(fd, text.data() + written, text.size() - written);
-    if (n > 0) {
-      written += static_cast<size_t>(n);
-    } else if (n == 0 || errno != EINTR) {
-      failure = n == 0 ? EIO : errno;
-    }
-  }
-  if (!failure && ::fsync(fd) != 0) failure = errno;
-  if (::close(fd) != 0 && !failure) failure = errno;
-  if (failure) {
-    ::unlink(temporary.c_str());
-    WriteFailed(path_, failure);
-  }
-  if (std::rename(temporary.c_str(), path_.c_str()) != 0) {
-    const int renameError = errno;
-    ::unlink(temporary.c_str());
-    WriteFailed(path_, renameError);
-  }
-  broken_ = false;
 }
 
 }  // namespace corvale

@@ -37,6 +37,18 @@ std::vector<std::string> clsRegisterLibrary::StartupList(std::string_view appNam
 
 bool clsRegisterLibrary::Register(std::string_view appName, std::string_view section,
                                   std::string_view library) {
+  try {
+    AddToStartupList(appName, section, library);
+  } catch (...) {
+  }
+  return false;
+}
+
+void clsRegisterLibrary::AddToStartupList(std::string_view appName, std::string_view section,
+                                          std::string_view library) {
+  // One update from the read to the write: other processes registering at the same time wait,
+  // and the old list stays whole unless the new one is written completely.
+  SettingsUpdate update(appName);
   std::vector<std::string> list = StartupList(appName, section);
   const bool present = std::any_of(list.begin(), list.end(), [&](const std::string& entry) {
     return EqualsNoCase(entry, library);
@@ -44,21 +56,12 @@ bool clsRegisterLibrary::Register(std::string_view appName, std::string_view sec
   if (!present && WildcardMatch(library, "*.*")) list.emplace_back(library);
 
   // The section is rewritten even when nothing was added: that is what closes the gaps.
-  try {
-    Host().DeleteSetting(appName, section);
-  } catch (...) {
-  }
-  try {
-    Host().SaveSetting(appName, section, kCountKey, IntegerText(static_cast<int64_t>(list.size())));
-  } catch (...) {
-  }
+  Host().DeleteSetting(appName, section);
+  Host().SaveSetting(appName, section, kCountKey, IntegerText(static_cast<int64_t>(list.size())));
   for (size_t i = 0; i < list.size(); ++i) {
-    try {
-      Host().SaveSetting(appName, section, EntryKey(i + 1), list[i]);
-    } catch (...) {
-    }
+    Host().SaveSetting(appName, section, EntryKey(i + 1), list[i]);
   }
-  return false;
+  update.Commit();
 }
 
 Variant clsRegisterLibrary::Invoke(std::string_view member, const Args& args) {

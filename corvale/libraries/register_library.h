@@ -16,6 +16,10 @@ class clsRegisterLibrary : public Object {
   // compacting the list and rewriting the whole section on every call. Failures are not
   // reported; the result is always false.
   bool Register(std::string_view appName, std::string_view section, std::string_view library);
+  // The same, in one locked update of the settings store, raising what went wrong (the list
+  // is then left as it was). For callers that must know whether the list was written.
+  static void AddToStartupList(std::string_view appName, std::string_view section,
+                               std::string_view library);
 
   // The start-up list in order, empty entries left out.
   static std::vector<std::string> StartupList(std::string_view appName, std::string_view section);

@@ -11,6 +11,7 @@
 #include <optional>
 #include <utility>
 
+#include "corvale/core/atomic_file.h"
 #include "corvale/core/error.h"
 #include "corvale/xml/internal/encoding.h"
 #include "corvale/xml/internal/node.h"
@@ -582,64 +583,8 @@ std::string Document::saveToString() const {
   return out;
 }
 
-namespace {
-[[noreturn]] void SaveFailed(const std::string& path, int code) {
-  throw Error(err::kPathFileAccess, StandardDescription(err::kPathFileAccess) + ": cannot save '" +
-                                        path + "': " + std::strerror(code));
-}
-
-std::string Folder(const std::string& path) {
-  size_t slash = path.rfind('/');
-  if (slash == std::string::npos) return ".";
-  if (slash == 0) return "/";
-  return path.substr(0, slash);
-}
-}  // namespace
-
 void Document::save(const std::string& path) const {
-  if (!impl_) return;
-  std::string bytes = saveToString();
-  // Written beside the target and renamed over it: a failed save leaves the old file whole.
-  std::string temp = Folder(path) + "/.corvale-save-XXXXXX";
-  int fd = mkstemp(temp.data());
-  if (fd < 0) SaveFailed(path, errno);
-  auto fail = [&](int code) {
-    ::close(fd);
-    ::unlink(temp.c_str());
-    SaveFailed(path, code);
-  };
-  struct stat st;
-  mode_t mode;
-  if (::stat(path.c_str(), &st) == 0) {
-    mode = st.st_mode & 07777;
-  } else {
-    mode_t mask = ::umask(0);
-    ::umask(mask);
-    mode = 0666 & ~mask;
-  }
-  if (::fchmod(fd, mode) != 0) fail(errno);
-  const char* p = bytes.data();
-  size_t left = bytes.size();
-  while (left > 0) {
-    ssize_t n = ::write(fd, p, left);
-    if (n < 0) {
-      if (errno == EINTR) continue;
-      fail(errno);
-    }
-    p += n;
-    left -= static_cast<size_t>(n);
-  }
-  if (::fsync(fd) != 0) fail(errno);
-  if (::close(fd) != 0) {
-    int code = errno;
-    ::unlink(temp.c_str());
-    SaveFailed(path, code);
-  }
-  if (std::rename(temp.c_str(), path.c_str()) != 0) {
-    int code = errno;
-    ::unlink(temp.c_str());
-    SaveFailed(path, code);
-  }
+  if (impl_) ReplaceFile(path, saveToString());
 }
 
 }  // namespace corvale::xml

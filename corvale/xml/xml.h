@@ -135,7 +135,7 @@ class Document : public Node {
   // blanks a level; elements holding text are written inline), lines ending in CRLF, also
   // inside text. Characters the encoding cannot hold become character references.
   std::string saveToString() const;
-  // Atomic save (temporary file beside the target, then rename); raises corvale::Error.
+  // Atomic save (corvale::ReplaceFile); raises corvale::Error.
   void save(const std::string& path) const;
 
  private:

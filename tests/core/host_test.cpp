@@ -69,8 +69,9 @@ TEST(SettingsStore, WritesReadsBackAndDeletesSections) {
   EXPECT_EQ(host.GetSetting("Logger Studio", "Window", "Title", ""), "  two\nlines = \"quoted\"\t");
   EXPECT_NO_THROW(host.DeleteSetting("Logger Studio", "Never written"));
 
-  // Atomic writes leave the one file and no temporaries beside it.
-  EXPECT_EQ(FilesIn(config + "/corvale"), std::vector<std::string>{"Logger Studio.ini"});
+  // Atomic writes leave the one file and its lock file, and no temporaries beside them.
+  EXPECT_EQ(FilesIn(config + "/corvale"),
+            (std::vector<std::string>{".Logger Studio.ini.lock", "Logger Studio.ini"}));
 
   // Every application has its own file, named safely.
   host.SaveSetting("../Acme/Logger:1", "S", "K", "v");
@@ -85,7 +86,7 @@ TEST(SettingsStore, WritesReadsBackAndDeletesSections) {
   EXPECT_THROW(host.SaveSetting("Logger Studio", "Bad]Section", "K", "x"), Error);
 }
 
-TEST(SettingsStore, BrokenOrUnreadableFilesReadEmpty) {
+TEST(SettingsStore, OddLinesAreKeptAndBrokenFilesSetAside) {
   const std::string config = FreshConfig("settings-broken");
   ScopedEnv xdg("XDG_CONFIG_HOME", config);
   HostServices& host = Host();
@@ -100,33 +101,52 @@ TEST(SettingsStore, BrokenOrUnreadableFilesReadEmpty) {
   EXPECT_EQ(host.GetSetting("Hand", "startup", "lib1", ""), "A.XML");
   EXPECT_EQ(host.GetSetting("Hand", "", "TOP", ""), "level");
 
-  // Binary garbage, a header without its bracket, a line without "=": all read as empty.
-  for (const std::string& text :
-       {std::string("[A]\nK=v\n\0\x01\x02", 9), std::string("[A\nK=v\n"),
-        std::string("[A]\nK=v\nnonsense\n"), std::string("[A]\nK=\"unterminated\n")}) {
-    WriteFile(folder + "/Broken.ini", text);
-    EXPECT_EQ(host.GetSetting("Broken", "A", "K", "default"), "default") << text;
-    EXPECT_TRUE(SettingsStore(folder + "/Broken.ini").Broken());
-  }
-  // Writing over a broken file keeps the old bytes aside instead of losing them.
+  // Lines that are no settings are skipped, and kept in the file through later writes,
+  // even when their section is rewritten.
+  WriteFile(folder + "/Odd.ini",
+            "[A]\nnonsense\nK=v\nQ=\"unterminated\n[B\nL=w\n=nokey\n[C]\nM=x\n");
+  EXPECT_EQ(host.GetSetting("Odd", "A", "K", ""), "v");
+  EXPECT_EQ(host.GetSetting("Odd", "A", "L", ""), "w");  // "[B" is a kept line, not a header
+  EXPECT_EQ(host.GetSetting("Odd", "C", "M", ""), "x");
+  EXPECT_EQ(host.GetSetting("Odd", "A", "", "default"), "default");
+  EXPECT_FALSE(SettingsStore(folder + "/Odd.ini").Broken());
+  host.DeleteSetting("Odd", "A");
+  host.SaveSetting("Odd", "A", "K", "new");
+  EXPECT_EQ(ReadFile(folder + "/Odd.ini"),
+            "[A]\nnonsense\nQ=\"unterminated\n[B\n=nokey\nK=new\n\n[C]\nM=x\n");
+
+  // A file holding NUL bytes is no settings file: it reads as empty, and every write over
+  // such a file first keeps it aside under a new number.
+  const std::string binary("[A]\nK=v\n\0\x01\x02", 9);
+  WriteFile(folder + "/Broken.ini", binary);
+  EXPECT_EQ(host.GetSetting("Broken", "A", "K", "default"), "default");
+  EXPECT_TRUE(SettingsStore(folder + "/Broken.ini").Broken());
   host.SaveSetting("Broken", "A", "K", "new");
-  EXPECT_EQ(host.GetSetting("Broken", "A", "K", ""), "new");
-  EXPECT_EQ(ReadFile(folder + "/Broken.ini.broken"), "[A]\nK=\"unterminated\n");
+  WriteFile(folder + "/Broken.ini", binary + "second");
+  host.SaveSetting("Broken", "A", "K", "newer");
+  EXPECT_EQ(host.GetSetting("Broken", "A", "K", ""), "newer");
+  EXPECT_EQ(ReadFile(folder + "/Broken.ini.broken.1"), binary);
+  EXPECT_EQ(ReadFile(folder + "/Broken.ini.broken.2"), binary + "second");
 
   // A folder where the file should be: reads give the default, writes raise error 75.
   fs::create_directories(folder + "/Folder.ini");
   EXPECT_EQ(host.GetSetting("Folder", "A", "K", "default"), "default");
   EXPECT_EQ(ErrorOf([&] { host.SaveSetting("Folder", "A", "K", "v"); }), err::kPathFileAccess);
   // No temporary file is left behind by the failed write.
-  EXPECT_EQ(FilesIn(folder), (std::vector<std::string>{"Broken.ini", "Broken.ini.broken",
-                                                       "Folder.ini", "Hand.ini"}));
+  EXPECT_EQ(FilesIn(folder),
+            (std::vector<std::string>{".Broken.ini.lock", ".Folder.ini.lock", ".Odd.ini.lock",
+                                      "Broken.ini", "Broken.ini.broken.1", "Broken.ini.broken.2",
+                                      "Folder.ini", "Hand.ini", "Odd.ini"}));
 
-  // A file that cannot be read (when permissions apply to this user) reads as empty.
+  // A file that cannot be read (when permissions apply to this user) reads as empty, and is
+  // not written over with what little the store knows.
   if (geteuid() != 0) {
     const std::string locked = WriteFile(folder + "/Locked.ini", "[A]\nK=v\n");
-    fs::permissions(locked, fs::perms::none);
+    fs::permissions(locked, fs::perms::owner_write);
     EXPECT_EQ(host.GetSetting("Locked", "A", "K", "default"), "default");
+    EXPECT_EQ(ErrorOf([&] { host.SaveSetting("Locked", "A", "K2", "w"); }), err::kPermissionDenied);
     fs::permissions(locked, fs::perms::owner_all);
+    EXPECT_EQ(ReadFile(locked), "[A]\nK=v\n");
   }
 }
 

@@ -4,6 +4,7 @@
 #include <string>
 
 #include "corvale/binding/node_access.h"
+#include "corvale/core/atomic_file.h"
 #include "corvale/core/error.h"
 #include "corvale/core/registry.h"
 #include "corvale/libraries/xml_merge_instruments.h"
@@ -133,9 +134,10 @@ TEST_F(MergeTest, NothingToChangeSavesWithoutAsking) {
   ASSERT_TRUE(LoadMerge(std::string(kOlderLevel) + kSameRain));
   InstrumentsPtr target = libraries->Library("Test.Harbour");
   ASSERT_NE(target, nullptr);
-  WriteFile(targetPath, "overwritten");  // the merge must write the library back
+  const FileStamp before = StampFile(targetPath);  // the merge must write the library back
 
   MergeResult result = merge.MergeInstruments();
+  EXPECT_NE(StampFile(targetPath).inode, before.inode);
   EXPECT_TRUE(host->boxes.empty());
   EXPECT_FALSE(result.asked);
   EXPECT_TRUE(result.added.empty() && result.replaced.empty());
