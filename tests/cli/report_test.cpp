@@ -108,7 +108,7 @@ TEST(CommandLine, JsonCarriesTheContentOfTheText) {
   }
   // Numbers keep the digits the documents write.
   const json listed = json::parse(RunCli({"instrument", kLibrary, "--json"}).out);
-  ASSERT_EQ(listed["instruments"].size(), 4u);
+  ASSERT_EQ(listed["instruments"].size(), 8u);
   EXPECT_EQ(listed["instruments"][0]["version"], 1.1);
   EXPECT_EQ(listed["instruments"][3]["events"], 1);
   const json relay = json::parse(RunCli({"instrument", kLibrary, "RLY01", "--json"}).out);
