@@ -13,6 +13,7 @@
 #include "cli/command.h"
 #include "cli/commands.h"
 #include "cli/report.h"
+#include "corvale/core/atomic_file.h"
 #include "corvale/core/convert.h"
 #include "corvale/core/error.h"
 #include "corvale/instruments/event.h"
@@ -96,7 +97,6 @@ ordered_json InstrumentReport(const IInstrument& instrument, const LoggerDefPtr&
           {"channels", channels}};
 }
 
-
 void PrintChannels(std::ostream& out, const ordered_json& channels) {
   for (const auto& c : channels) {
     out << "    " << Text(c["alias"]) << "  " << Text(c["type"]) << "  ";
@@ -176,6 +176,9 @@ int RunSchemeNew(const SchemeNewOptions& o) {
 
 int RunSchemeAdd(const SchemeAddOptions& o) {
   Report report(o.json);
+  // Held from reading the scheme to replacing it, so that two commands on one scheme
+  // follow one another instead of one undoing the other.
+  const FileLock lock(o.scheme);
   const SchemePtr scheme = OpenScheme(report, o.scheme);
   if (!scheme) return report.Finish(nullptr, nullptr);
   const InstrumentPtr instrument = scheme->LibraryInstrument(o.catCode, o.library);
@@ -213,6 +216,7 @@ int RunSchemeAdd(const SchemeAddOptions& o) {
 
 int RunSchemeRemove(const SchemeRemoveOptions& o) {
   Report report(o.json);
+  const FileLock lock(o.scheme);
   const SchemePtr scheme = OpenScheme(report, o.scheme);
   if (!scheme) return report.Finish(nullptr, nullptr);
   scheme->Instruments()->Remove(o.key);
@@ -309,6 +313,7 @@ int RunSchemeShow(const SchemeShowOptions& o) {
 
 int RunSchemeCompile(const SchemeCompileOptions& o) {
   Report report(o.json);
+  const FileLock lock(o.scheme);
   const SchemePtr scheme = OpenScheme(report, o.scheme);
   if (!scheme) return report.Finish(nullptr, nullptr);
   auto& set = *scheme->Instruments();
