@@ -108,7 +108,9 @@ template <class T>
 Variant LoggerChannels<T>::Invoke(std::string_view member, const Args& args) {
   using C = LoggerChannels<T>;
   using M = MemberTable<C>;
-  static const typename M::Member item = M::WithIndex(&C::Item);
+  // Named through the shell that declares it: a member brought in by `using` cannot be taken
+  // by address inside this template on every compiler.
+  static const typename M::Member item = M::WithIndex(&BoundCollection<T>::Item);
   static const M members = {
       {"Count", M::Getter(&C::Count)},
       {"Item", item},
