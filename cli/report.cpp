@@ -11,7 +11,15 @@
 namespace corvale::cli {
 
 void Report::Problem(const std::string& message, ordered_json fields) {
-  std::cerr << message << "\n";
+  // One line per problem: a file name inside a model's error text (a path in a failure to read
+  // or lock) must not forge lines either. Backslashes are left, so names already made
+  // printable are not escaped twice.
+  std::string line;
+  for (const char c : message) {
+    const auto byte = static_cast<unsigned char>(c);
+    line += byte < 0x20 || byte == 0x7F ? Printable(std::string_view(&c, 1)) : std::string(1, c);
+  }
+  std::cerr << line << "\n";
   fields["message"] = message;
   errors_.push_back(std::move(fields));
 }

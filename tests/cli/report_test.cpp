@@ -197,6 +197,10 @@ TEST(CommandLine, FileNamesCannotForgeOutput) {
   EXPECT_EQ(run.status, 0) << run.err;
   EXPECT_EQ(std::count(run.out.begin(), run.out.end(), '\n'), 1) << run.out;
   EXPECT_TRUE(Contains(run.out, "x.xml\\nforged.xml: root ROOT")) << run.out;
+  // The reason of a failed read repeats the path: it stays on its one line too.
+  const CliRun missing = RunCli({"check", TempDir() + "/report/gone\nforged: ok"});
+  EXPECT_EQ(missing.status, 1);
+  EXPECT_EQ(std::count(missing.err.begin(), missing.err.end(), '\n'), 1) << missing.err;
 
   // A name that is not UTF-8 still gives one JSON document; a missing file is one of its errors.
   const std::string odd = WriteFile("report/caf\xe9.xml", "<A/>");
