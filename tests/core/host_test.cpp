@@ -22,12 +22,7 @@ using test::TempDir;
 using test::WriteFile;
 
 // A fresh configuration folder per test, so stores never see each other's files.
-std::string FreshConfig(const std::string& name) {
-  const std::string folder = TempDir() + "/" + name;
-  fs::remove_all(folder);
-  fs::create_directories(folder);
-  return folder;
-}
+std::string FreshConfig(const std::string& name) { return test::FreshFolder(name); }
 
 std::vector<std::string> FilesIn(const std::string& folder) {
   std::vector<std::string> names;

@@ -31,13 +31,6 @@ namespace {
 namespace fs = std::filesystem;
 using namespace corvale::test;
 
-std::string Folder(const std::string& name) {
-  const std::string folder = TempDir() + "/" + name;
-  fs::remove_all(folder);
-  fs::create_directories(folder);
-  return folder;
-}
-
 // The names in a folder other than lock files: what a save may leave behind.
 std::vector<std::string> FilesIn(const std::string& folder) {
   std::vector<std::string> names;
@@ -114,7 +107,7 @@ class SmallFileSystem {
 };
 
 TEST(Faults, FullFileSystemKeepsTheOldFileAndReportsTheFailure) {
-  const std::string folder = Folder("full");
+  const std::string folder = FreshFolder("full");
   SmallFileSystem small(folder);
   if (!small.Mounted()) GTEST_SKIP() << "a full file system needs root to mount a small tmpfs";
 
@@ -150,7 +143,7 @@ TEST(Faults, FullFileSystemKeepsTheOldFileAndReportsTheFailure) {
 }
 
 TEST(Faults, HostileTargetsAreFollowedKeptOrRefused) {
-  const std::string folder = Folder("hostile");
+  const std::string folder = FreshFolder("hostile");
   // A symbolic link (relative, through a second link) is followed; the real file is replaced.
   const std::string real = WriteFile(folder + "/real.xml", "old");
   fs::create_symlink("real.xml", folder + "/hop.xml");
@@ -184,7 +177,7 @@ TEST(Faults, HostileTargetsAreFollowedKeptOrRefused) {
 
   // A folder the user may not write: by its permissions, or for root (whom they do not bind)
   // on a file system mounted read-only. Saves and registers there fail and change nothing.
-  const std::string locked = Folder("hostile-readonly");
+  const std::string locked = FreshFolder("hostile-readonly");
   SmallFileSystem readOnly(locked);
   const std::string inLocked = WriteFile(locked + "/library.xml", Library("A"));
   const std::string config = locked + "/config";
@@ -214,7 +207,7 @@ TEST(Faults, HostileTargetsAreFollowedKeptOrRefused) {
 }
 
 TEST(Faults, ASaveOverAFileChangedSinceItWasReadIsRefused) {
-  const std::string path = WriteFile(Folder("changed") + "/library.xml", Library("AB"));
+  const std::string path = WriteFile(FreshFolder("changed") + "/library.xml", Library("AB"));
   XMLInstruments library;
   ASSERT_TRUE(library.Load(path));
   library.Save("");  // unchanged on disk: saved, and the saved file is the one now known
@@ -249,7 +242,7 @@ TEST(Faults, ASaveOverAFileChangedSinceItWasReadIsRefused) {
 }
 
 TEST(Faults, AKilledSaveLeavesTheOldOrTheNewFileAndNothingAfterTheNextSave) {
-  const std::string folder = Folder("killed");
+  const std::string folder = FreshFolder("killed");
   const std::string target = folder + "/big.xml";
   std::string oldBytes = Library(std::string(20000, 'O')), newBytes;
   for (int i = 0; i < 60000; ++i) newBytes += "<ITEM>" + std::to_string(i) + "</ITEM>\n";
@@ -302,7 +295,7 @@ TEST(Faults, AKilledSaveLeavesTheOldOrTheNewFileAndNothingAfterTheNextSave) {
 }
 
 TEST(Faults, ConcurrentRegistersAndMergesLoseNothing) {
-  const std::string config = Folder("concurrent-config");
+  const std::string config = FreshFolder("concurrent-config");
   setenv("XDG_CONFIG_HOME", config.c_str(), 1);
   std::vector<pid_t> children;
   for (int i = 1; i <= 20; ++i) {
@@ -320,7 +313,7 @@ TEST(Faults, ConcurrentRegistersAndMergesLoseNothing) {
 
   // Merges into one library from two modules at once, a few times over: each keeps the
   // other's instruments.
-  const std::string folder = Folder("concurrent-merge");
+  const std::string folder = FreshFolder("concurrent-merge");
   const std::string target = WriteFile(folder + "/library.xml", Library("L"));
   std::string expected = "L";
   char next = 'M';

@@ -34,6 +34,13 @@ std::string TempDir() {
   return folder.path.string();
 }
 
+std::string FreshFolder(const std::string& name) {
+  const std::string folder = TempDir() + "/" + name;
+  fs::remove_all(folder);
+  fs::create_directories(folder);
+  return folder;
+}
+
 std::string WriteFile(std::string_view name, std::string_view bytes) {
   fs::path path(name);
   if (path.is_relative()) path = fs::path(TempDir()) / path;

@@ -21,6 +21,8 @@ namespace corvale::test {
 
 // A fresh folder for this test program, removed when the program ends.
 std::string TempDir();
+// An empty folder TempDir()/name, emptied first when an earlier run left it.
+std::string FreshFolder(const std::string& name);
 // Writes bytes to TempDir()/name (or to an absolute path) and returns the path.
 std::string WriteFile(std::string_view name, std::string_view bytes);
 std::string ReadFile(const std::string& path);
