@@ -2,8 +2,9 @@
 // instruments: a property set on every instrument taken through LibraryItem, every catalogue
 // code looked up (and as many absent codes) after every instrument was handed out, and
 // channels without keys added to one instrument. Each line gives the CPU time per size (the
-// best of seven runs: on a shared machine the others only add what other work took) and the
-// growth exponent from the smallest to the largest size; 1 is linear, the goal at most 1.1.
+// best of seven runs, each started with cold caches: on a shared machine the others only add
+// what other work took) and the growth exponent from the smallest to the largest size; 1 is
+// linear, the goal at most 1.1.
 #include <unistd.h>
 
 #include <algorithm>
@@ -15,6 +16,7 @@
 #include <string>
 #include <vector>
 
+#include "bench/cold_caches.h"
 #include "bench/library_generator.h"
 #include "corvale/instruments/inst_channels.h"
 #include "corvale/instruments/std_instrument.h"
@@ -63,6 +65,7 @@ bool Measure(const char* what, const Prepare& prepare, bool goal = true) {
   for (int run = 0; run < kRuns; ++run) {
     for (size_t k = 0; k < std::size(kSizes); ++k) {
       std::function<void()> step = prepare(kSizes[k]);
+      corvale::bench::EvictCaches();
       double start = CpuSeconds();
       step();
       seconds[k] = std::max(std::min(seconds[k], CpuSeconds() - start), 1e-6);

@@ -3,7 +3,8 @@
 // and first to last, each with the growth exponent from 250 to 2,000 (goal: at most 1.1); and
 // for the saved 2,000-instrument scheme, reloading its instruments (XMLNode set) and the Save
 // pass, each against loading the scheme document from its file (goal: at most 3 times).
-// Every figure is the best of several runs; all sizes are measured in the same run.
+// Every figure is the best of several runs, each started with cold caches; all sizes are
+// measured in the same run.
 #include <algorithm>
 #include <chrono>
 #include <cmath>
@@ -15,6 +16,7 @@
 #include <string>
 #include <vector>
 
+#include "bench/cold_caches.h"
 #include "corvale/binding/node_access.h"
 #include "corvale/loggers/logger_def.h"
 #include "corvale/loggers/logger_input_channels.h"
@@ -78,12 +80,14 @@ corvale::SchemePtr NewScheme(const Fixture& f) {
 
 double Seconds(Clock::duration d) { return std::chrono::duration<double>(d).count(); }
 
+
 // The best time of `timed` over the runs, each run prepared by `prepare` outside the timing.
 template <class State>
 double Best(const std::function<State()>& prepare, const std::function<void(State&)>& timed) {
   double best = 1e30;
   for (int run = 0; run < kRuns; ++run) {
     State state = prepare();
+    corvale::bench::EvictCaches();
     const auto start = Clock::now();
     timed(state);
     best = std::min(best, Seconds(Clock::now() - start));

@@ -283,9 +283,20 @@ std::string LowerCase(std::string_view text) {
 
 bool EqualsNoCase(std::string_view a, std::string_view b) {
   if (a.size() != b.size()) return false;
+  if (a == b) return true;  // the usual case in key look-ups, without folding
   for (size_t i = 0; i < a.size(); ++i)
     if (FoldUpper(a, i) != FoldUpper(b, i)) return false;
   return true;
+}
+
+size_t HashNoCase(std::string_view text) {
+  // FNV-1a over the folded bytes.
+  uint64_t hash = 14695981039346656037ull;
+  for (size_t i = 0; i < text.size(); ++i) {
+    hash ^= FoldUpper(text, i);
+    hash *= 1099511628211ull;
+  }
+  return static_cast<size_t>(hash);
 }
 
 int CompareNoCase(std::string_view a, std::string_view b) {

@@ -53,6 +53,18 @@ std::string LowerCase(std::string_view text);
 bool EqualsNoCase(std::string_view a, std::string_view b);
 // <0, 0, >0 like strcmp, without regard to case.
 int CompareNoCase(std::string_view a, std::string_view b);
+// A hash that texts equal under EqualsNoCase share, computed without a folded copy.
+size_t HashNoCase(std::string_view text);
+// Hash and equality for unordered containers keyed without regard to case; both take
+// std::string_view, so a look-up builds no string.
+struct NoCaseHash {
+  using is_transparent = void;
+  size_t operator()(std::string_view text) const { return HashNoCase(text); }
+};
+struct NoCaseEqual {
+  using is_transparent = void;
+  bool operator()(std::string_view a, std::string_view b) const { return EqualsNoCase(a, b); }
+};
 
 // Trimming of blanks (spaces), as the document rules trim.
 std::string_view TrimBlanks(std::string_view text);

@@ -117,7 +117,7 @@ class KeyedCollection {
     Entry& entry = slots_[slot];
     Pointer item = std::move(entry.item);
     if (!entry.key.empty()) {
-      keys_.erase(UpperCase(entry.key));
+      EraseKey(entry.key);
       KeyLeft(entry.key);
       entry.key.clear();
     }
@@ -139,10 +139,10 @@ class KeyedCollection {
     }
     Entry& entry = slots_[slot];
     if (!entry.key.empty()) {
-      keys_.erase(UpperCase(entry.key));
+      EraseKey(entry.key);
       KeyLeft(entry.key);
     }
-    if (!newKey.empty()) keys_[UpperCase(newKey)] = slot;
+    if (!newKey.empty()) keys_.emplace(std::string(newKey), slot);
     entry.key = std::string(newKey);
   }
 
@@ -184,7 +184,7 @@ class KeyedCollection {
     const size_t low = node & (~node + 1);
     tree_.push_back(static_cast<int32_t>(LiveBefore(slot) - LiveBefore(node - low)) + 1);
     ++alive_;
-    if (!key.empty()) keys_[UpperCase(key)] = slot;
+    if (!key.empty()) keys_.emplace(std::string(key), slot);
     return static_cast<int16_t>(alive_);
   }
 
@@ -202,7 +202,7 @@ class KeyedCollection {
 
   std::optional<size_t> FindSlot(std::string_view key) const {
     if (key.empty()) return std::nullopt;
-    auto found = keys_.find(UpperCase(key));
+    auto found = keys_.find(key);
     if (found == keys_.end()) return std::nullopt;
     return found->second;
   }
@@ -247,16 +247,28 @@ class KeyedCollection {
     }
   }
 
-  // Drops the holes and rebuilds the tree and the key index in one pass.
+  void EraseKey(std::string_view key) const {
+    if (auto found = keys_.find(key); found != keys_.end()) keys_.erase(found);
+  }
+
+  // Drops the holes in place and rebuilds the tree. The key index keeps its nodes and only
+  // learns the new slots, so a compaction allocates nothing: removing thousands of items
+  // one by one does not churn the allocator.
   void Compact() const {
     if (holes_ == 0 && keysFresh_) return;
     if (holes_ > 0) {
-      std::vector<Entry> live;
-      live.reserve(alive_);
-      for (Entry& entry : slots_)
-        if (entry.item) live.push_back(std::move(entry));
-      slots_.swap(live);
+      moved_.assign(slots_.size(), 0);
+      size_t kept = 0;
+      for (size_t slot = 0; slot < slots_.size(); ++slot) {
+        if (!slots_[slot].item) continue;
+        moved_[slot] = kept;
+        if (kept != slot) slots_[kept] = std::move(slots_[slot]);
+        ++kept;
+      }
+      slots_.resize(kept);
       holes_ = 0;
+      if (keysFresh_)
+        for (auto& [key, slot] : keys_) slot = moved_[slot];
     }
     tree_.assign(slots_.size() + 1, 0);
     for (size_t node = 1; node < tree_.size(); ++node) {
@@ -264,10 +276,12 @@ class KeyedCollection {
       const size_t parent = node + (node & (~node + 1));
       if (parent < tree_.size()) tree_[parent] += tree_[node];
     }
-    keys_.clear();
-    for (size_t slot = 0; slot < slots_.size(); ++slot)
-      if (!slots_[slot].key.empty()) keys_.emplace(UpperCase(slots_[slot].key), slot);
-    keysFresh_ = true;
+    if (!keysFresh_) {
+      keys_.clear();
+      for (size_t slot = 0; slot < slots_.size(); ++slot)
+        if (!slots_[slot].key.empty()) keys_.emplace(slots_[slot].key, slot);
+      keysFresh_ = true;
+    }
   }
 
   KeyHint& HintFor(std::string_view prefix, int32_t first, bool twoDigits) const {
@@ -297,7 +311,8 @@ class KeyedCollection {
 
   mutable std::vector<Entry> slots_;
   mutable std::vector<int32_t> tree_ = std::vector<int32_t>(1, 0);  // tree_[0] unused
-  mutable std::unordered_map<std::string, size_t> keys_;            // upper-cased key -> slot
+  mutable std::unordered_map<std::string, size_t, NoCaseHash, NoCaseEqual> keys_;  // key -> slot
+  mutable std::vector<size_t> moved_;  // compaction scratch: old slot -> new slot
   mutable std::vector<KeyHint> hints_;
   mutable size_t holes_ = 0;
   mutable bool keysFresh_ = true;
