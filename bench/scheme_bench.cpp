@@ -80,7 +80,6 @@ corvale::SchemePtr NewScheme(const Fixture& f) {
 
 double Seconds(Clock::duration d) { return std::chrono::duration<double>(d).count(); }
 
-
 // The best time of `timed` over the runs, each run prepared by `prepare` outside the timing.
 template <class State>
 double Best(const std::function<State()>& prepare, const std::function<void(State&)>& timed) {
