@@ -87,6 +87,16 @@ std::optional<ChildProcess> ChildProcess::StartShell(const std::string& commandL
   return Start({"/bin/sh", "-c", commandLine});
 }
 
+bool ChildProcess::StartDetached(const std::string& commandLine) {
+  // The shell puts the command in the background and ends at once; once it is reaped, the
+  // command belongs to init, which reaps it in turn.
+  std::optional<ChildProcess> shell =
+      Start({"/bin/sh", "-c", "eval \"$1\" >/dev/null 2>&1 &", "sh", commandLine});
+  if (!shell) return false;
+  while (!shell->Ended()) shell->Wait(-1, 50);
+  return true;
+}
+
 bool ChildProcess::Ended() {
   if (ended_ || pid_ <= 0) return true;
   int status = 0;

@@ -18,6 +18,9 @@ class ChildProcess {
   static std::optional<ChildProcess> Start(const std::vector<std::string>& argv, int outputFd = -1);
   // Starts a command line through /bin/sh -c.
   static std::optional<ChildProcess> StartShell(const std::string& commandLine);
+  // Starts a command line through the shell and lets it run on its own: it is never waited
+  // for nor ended, and leaves no zombie behind. False when the shell cannot start.
+  static bool StartDetached(const std::string& commandLine);
 
   ChildProcess(ChildProcess&& other) noexcept;
   ChildProcess& operator=(ChildProcess&&) = delete;

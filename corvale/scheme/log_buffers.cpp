@@ -27,8 +27,9 @@ InstChannelPtr ChannelOf(IInstruments& instruments, const std::string& channel) 
   if (bar == std::string::npos) return nullptr;
   try {
     InstrumentPtr instrument = instruments.Item(corvale::Index(channel.substr(0, bar)));
-    if (!instrument) return nullptr;
-    return instrument->Channels()->Item(corvale::Index(channel.substr(bar + 1)));
+    const InstChannelsPtr channels = instrument ? instrument->Channels() : nullptr;
+    if (!channels) return nullptr;
+    return channels->Item(corvale::Index(channel.substr(bar + 1)));
   } catch (const Error&) {
     return nullptr;
   }
@@ -80,6 +81,9 @@ void clsLogBuffers::EnableChannel(std::string_view channel, bool enabled) {
       const LogPtr entry = entries->Item(i);
       if (entry->Channel() == channel) entry->Enabled(enabled);
     }
+    // The walk has touched every entry already; the recount costs no more and catches edits
+    // made to the document behind the entries' backs.
+    entries->Recount();
     buffer.item->CalculateLogSize();
   }
 }
@@ -103,6 +107,7 @@ void clsLogBuffers::RefreshLogEntries(IInstruments& instruments) {
       if (entry->Bytes() != bytes) entry->Bytes(bytes);
     }
     for (auto at = gone.rbegin(); at != gone.rend(); ++at) entries->Remove(*at);
+    entries->Recount();
     buffer.item->CalculateLogSize();
   }
 }

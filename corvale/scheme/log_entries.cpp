@@ -67,6 +67,11 @@ int32_t clsLogEntries::RemoveEntriesOf(std::string_view instrumentKey) {
   return static_cast<int32_t>(keys.size());
 }
 
+void clsLogEntries::Recount() {
+  enabledBytes_ = 0;
+  for (const auto& entry : items_) Hold(*entry.item);
+}
+
 void clsLogEntries::Hold(clsLog& entry) {
   if (entry.list_ && entry.list_ != this) entry.list_->enabledBytes_ -= entry.counted_;
   entry.list_ = this;

@@ -46,7 +46,11 @@ class clsLogEntries : public Object, public BoundCollection<clsLog> {
   int32_t RemoveEntriesOf(std::string_view instrumentKey);
 
   // The sum of Bytes over the enabled entries (32-bit; the record size checks its range).
+  // Kept up to date by the entries' own setters, so that an Add costs O(1).
   int32_t EnabledBytes() const { return enabledBytes_; }
+  // Sums the entries again from their elements, taking in edits made to the document
+  // without going through the entries.
+  void Recount();
 
   Variant Invoke(std::string_view member, const Args& args = {}) override;
 

@@ -641,7 +641,7 @@ Variant clsSchemeInstruments::Invoke(std::string_view member, const Args& args) 
   if (name == "SHOWSETUP" && (args.size() == 2 || args.size() == 3)) {
     bool flag = args.size() == 3 && args[2].ToBool();
     ShowSetup(args[0].IsEmpty() ? 0 : args[0].ToInt32(), IndexArg(args[1]), flag);
-    return {};
+    return Variant(flag);
   }
   return IInstruments::Invoke(member, args);
 }

@@ -115,9 +115,10 @@ class clsSchemeInstruments : public IInstruments {
   bool BeforeWrite();
   bool BeforeCompile();
   // Opens a member's setup: a program (a drive path after the path macros are expanded), a
-  // setup-form class ("library.class" or "library.class|argument": its members Language and
-  // Show(instrument, flag[, argument]) are called, and a boolean answer becomes the flag), or
-  // the default form. Raises 9 for an unknown member.
+  // setup-form class ("library.class" or "library.class|argument": an ISetupForm, reached by
+  // member name; its Language is set and Show(instrument, flag[, argument]) is called, and a
+  // boolean answer becomes the flag), or the default form. Raises 9 for an unknown member.
+  // Called by member name, it answers the flag as it stands afterwards.
   void ShowSetup(int64_t ownerWindow, const corvale::Index& index, bool& flag);
   // The SetupForm text with its path macros expanded.
   std::string ExpandSetupMacros(std::string_view text) const;

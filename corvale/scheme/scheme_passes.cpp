@@ -1,7 +1,4 @@
 // The passes of clsSchemeInstruments (Save, BeforeWrite, BeforeCompile) and ShowSetup.
-#include <spawn.h>
-#include <sys/wait.h>
-
 #include <exception>
 #include <string>
 #include <utility>
@@ -11,9 +8,8 @@
 #include "corvale/core/error_sink.h"
 #include "corvale/core/host.h"
 #include "corvale/core/registry.h"
+#include "corvale/process/child_process.h"
 #include "corvale/scheme/scheme_instruments.h"
-
-extern char** environ;
 
 namespace corvale {
 
@@ -23,19 +19,6 @@ void ReplaceAll(std::string& text, std::string_view macro, std::string_view valu
   for (size_t at = text.find(macro); at != std::string::npos;
        at = text.find(macro, at + value.size()))
     text.replace(at, macro.size(), value);
-}
-
-// The command line through the shell, in the background: the shell ends at once and is
-// waited for, the program goes on by itself and is never waited for.
-void SpawnDetached(const std::string& commandLine) {
-  const char* argv[] = {"/bin/sh",           "-c",   "eval \"$1\" >/dev/null 2>&1 &", "sh",
-                        commandLine.c_str(), nullptr};
-  pid_t shell = 0;
-  if (posix_spawn(&shell, "/bin/sh", nullptr, nullptr, const_cast<char* const*>(argv), environ) !=
-      0)
-    throw Error(err::kFileNotFound, "Cannot run " + commandLine);
-  int status = 0;
-  waitpid(shell, &status, 0);
 }
 
 }  // namespace
@@ -128,8 +111,8 @@ void clsSchemeInstruments::ShowSetup(int64_t ownerWindow, const corvale::Index& 
   if (WildcardMatch(expanded, "?:\\*")) {
     if (run_program_) {
       run_program_(expanded);
-    } else {
-      SpawnDetached(expanded);
+    } else if (!ChildProcess::StartDetached(expanded)) {
+      throw Error(err::kFileNotFound, "Cannot run " + expanded);
     }
     return;
   }
@@ -137,9 +120,10 @@ void clsSchemeInstruments::ShowSetup(int64_t ownerWindow, const corvale::Index& 
   std::string className = form;
   Args showArgs = {Variant(ObjectPtr(member)), Variant(flag)};
   if (WildcardMatch(form, "*|*")) {
+    // The argument is the second "|" field only: "lib.Form|a|b" passes "a".
     const size_t bar = form.find('|');
     className = form.substr(0, bar);
-    showArgs.emplace_back(form.substr(bar + 1));
+    showArgs.emplace_back(form.substr(bar + 1, form.find('|', bar + 1) - bar - 1));
   }
   const ObjectPtr setupForm = CreateObject(className);
   try {

@@ -16,6 +16,7 @@
 #include <vector>
 
 #include "corvale/core/registry.h"
+#include "corvale/process/child_process.h"
 #include "tests/support/test_support.h"
 
 namespace {
@@ -191,6 +192,19 @@ TEST(ShellDOSEXE, TitleFailureIsRaisedBeforeAnythingRuns) {
   EXPECT_EQ(corvale::ProgramTitle("command.com /c d:\\bin\\link x"), "LIN");
   EXPECT_EQ(corvale::ProgramTitle("C:\\TOOLS\\asm.exe"), "ASM");
   EXPECT_EQ(corvale::ProgramTitle("/usr/bin/make"), "MAKE");
+}
+
+TEST(ChildProcess, DetachedProgramRunsOnAfterTheCallReturns) {
+  const std::string pidFile = TempDir() + "/detached.pid";
+  const std::string done = TempDir() + "/detached.done";
+  const auto start = std::chrono::steady_clock::now();
+  ASSERT_TRUE(corvale::ChildProcess::StartDetached("echo $$ > '" + pidFile +
+                                                   "'; sleep 0.5; echo done > '" + done + "'"));
+  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(400));
+  for (int look = 0; look < 300 && ReadFile(done).empty(); ++look)
+    std::this_thread::sleep_for(std::chrono::milliseconds(10));
+  EXPECT_EQ(ReadFile(done), "done\n");
+  EXPECT_TRUE(Ended(pidFile));  // and nothing is left waiting for this process to reap it
 }
 
 TEST(CaptureStub, RunsTheCommandAndEndsItAtTheLimit) {

@@ -172,6 +172,10 @@ TEST(LogBuffers, EnableChannelAndRemoveEntriesOfAnInstrument) {
   // A removed entry may come back.
   first->Add(Entry("TMP_01|CHAN_0", 1, 4, true));
   EXPECT_EQ(set.Item(1)->LogSize(), 4);
+  // An entry enabled in the document itself counts from the next pass over the buffers.
+  SetNodeText(first->Item(1)->XMLNode(), "ENABLED", "-1");
+  set.EnableChannel("none", true);
+  EXPECT_EQ(set.Item(1)->LogSize(), 5);
 }
 
 TEST(LogBuffers, RefreshFollowsTheSchemeChannels) {
